@@ -1,0 +1,38 @@
+#include "platform/model/LightSetting.h"
+
+#include <cstring>
+#include <ostream>
+
+namespace Led {
+
+bool operator==(LightSetting const& a, LightSetting const& b) noexcept {
+  return a.orange == b.orange && a.green == b.green && a.red == b.red && a.yellow == b.yellow &&
+         a.brightness == b.brightness &&
+         std::memcmp(&a.flashInterval, &b.flashInterval, sizeof a.flashInterval) == 0 &&
+         a.priority == b.priority;
+}
+
+std::ostream& operator<<(std::ostream& out, LightSetting const& setting) {
+  out << '[';
+  char const* separator = "";
+  auto colour = [&](bool lit, char const* name) {
+    if (!lit)
+      return;
+    out << separator << name;
+    separator = "+";
+  };
+  colour(setting.yellow, "yellow");
+  colour(setting.green, "green");
+  colour(setting.red, "red");
+  colour(setting.orange, "orange");
+  if (setting.isDark())
+    out << "off";
+  if (setting.isFlashing()) {
+    out << " flash " << setting.flashInterval << 's';
+  } else {
+    out << " steady";
+  }
+  return out << ']';
+}
+
+}  // namespace Led

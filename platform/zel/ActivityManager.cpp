@@ -1,0 +1,245 @@
+#include "platform/zel/ActivityManager.h"
+
+#include <sys/epoll.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cmath>
+#include <cstring>
+#include <ctime>
+#include <system_error>
+
+namespace Zel {
+
+namespace {
+
+double monotonicNow() noexcept {
+  timespec ts;
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
+}
+
+timespec toTimespec(double seconds) noexcept {
+  timespec ts;
+  double whole = std::floor(seconds);
+  ts.tv_sec = static_cast<time_t>(whole);
+  ts.tv_nsec = static_cast<long>((seconds - whole) * 1e9);
+  if (ts.tv_nsec >= 1000000000L) {
+    ++ts.tv_sec;
+    ts.tv_nsec -= 1000000000L;
+  }
+  return ts;
+}
+
+std::unique_ptr<ActivityManager>& processManager() {
+  static std::unique_ptr<ActivityManager> manager;
+  return manager;
+}
+
+}  // namespace
+
+ActivityManager::ActivityManager(TimeSource source, double startTime)
+    : source_(source), virtualNow_(startTime), clock_(Clock::clockIs("clock")) {}
+
+ActivityManager::~ActivityManager() {
+  if (timerFd_ >= 0)
+    ::close(timerFd_);
+  if (epollFd_ >= 0)
+    ::close(epollFd_);
+}
+
+double ActivityManager::currentTime() const noexcept {
+  return source_ == TimeSource::virtualTime ? virtualNow_ : monotonicNow();
+}
+
+void ActivityManager::notificationIs(Ptr<Entity const> notifier, AttributeId attribute,
+                                     Name const* key) {
+  Pending& item = pending_.emplace_back();
+  item.notifier = std::move(notifier);
+  item.attribute = attribute;
+  if (key) {
+    item.keyed = true;
+    item.key = *key;
+  }
+}
+
+void ActivityManager::taskIs(std::function<void()> task) {
+  pending_.emplace_back().task = std::move(task);
+}
+
+void ActivityManager::report(std::exception_ptr error) {
+  if (!exceptionHandler_)
+    std::rethrow_exception(error);
+  exceptionHandler_(error);
+}
+
+void ActivityManager::runOne(Pending& item) {
+  try {
+    if (item.task) {
+      item.task();
+    } else {
+      item.notifier->deliver(item.attribute, item.keyed ? &item.key : nullptr);
+    }
+  } catch (...) {
+    report(std::current_exception());
+  }
+}
+
+std::size_t ActivityManager::runPending() {
+  if (runningPending_)
+    return 0;  // a handler that pumps the loop: the outer call goes on
+  runningPending_ = true;
+  struct Reset {
+    bool& flag;
+    ~Reset() { flag = false; }
+  } reset{runningPending_};
+  std::size_t ran = 0;
+  while (!pending_.empty()) {
+    Pending item = std::move(pending_.front());
+    pending_.pop_front();
+    runOne(item);
+    ++ran;
+  }
+  return ran;
+}
+
+bool ActivityManager::runOneExpiry(double now) {
+  Ptr<Clock::NotifieeConst> due = clock_->expiryDue(now);
+  if (!due)
+    return false;
+  if (source_ == TimeSource::virtualTime && due->timeMin() > virtualNow_) {
+    virtualNow_ = due->timeMin();  // a time already past fires at the current time instead
+  }
+  if (due->isLive()) {
+    try {
+      due->onTime();
+    } catch (...) {
+      report(std::current_exception());
+    }
+  }
+  runPending();
+  return true;
+}
+
+void ActivityManager::advance(double seconds) {
+  runPending();
+  double const target = virtualNow_ + seconds;
+  while (runOneExpiry(target)) {
+  }
+  if (target > virtualNow_)
+    virtualNow_ = target;
+  runPending();
+}
+
+void ActivityManager::runFor(double seconds) {
+  runLive(monotonicNow() + seconds);
+}
+
+void ActivityManager::run() {
+  runLive(Clock::kNever);
+}
+
+void ActivityManager::runLive(double until) {
+  stopRequested_ = false;
+  for (;;) {
+    runPending();
+    double const now = currentTime();
+    while (!stopRequested_ && runOneExpiry(now)) {
+    }
+    if (stopRequested_ || now >= until)
+      break;
+    waitForWork(until);
+  }
+  runPending();
+}
+
+void ActivityManager::waitForWork(double until) {
+  if (epollFd_ < 0) {
+    epollFd_ = ::epoll_create1(EPOLL_CLOEXEC);
+    timerFd_ = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
+    if (epollFd_ < 0 || timerFd_ < 0) {
+      throw std::system_error(errno, std::generic_category(), "activity loop set-up");
+    }
+    epoll_event ev{};
+    ev.events = EPOLLIN;
+    ev.data.fd = timerFd_;
+    ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, timerFd_, &ev);
+    for (auto const& [fd, handler] : fdHandlers_) {
+      epoll_event fdEvent{};
+      fdEvent.events = EPOLLIN;
+      fdEvent.data.fd = fd;
+      ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, fd, &fdEvent);
+    }
+  }
+  if (hasPending())
+    return;
+  double wake = std::min(clock_->nextExpiry(), until);
+  if (wakeGranularity_ > 0 && wake != Clock::kNever) {
+    wake = std::ceil(wake / wakeGranularity_) * wakeGranularity_;
+  }
+  // An absolute timerfd has no timer slack, unlike a relative epoll timeout.
+  itimerspec spec{};
+  if (wake != Clock::kNever) {
+    spec.it_value = toTimespec(wake);
+    if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0)
+      spec.it_value.tv_nsec = 1;
+  }
+  ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &spec, nullptr);
+  epoll_event events[16];
+  int n = ::epoll_wait(epollFd_, events, 16, -1);
+  ++wakes_;
+  for (int i = 0; i < n; ++i) {
+    int fd = events[i].data.fd;
+    if (fd == timerFd_) {
+      std::uint64_t expirations;
+      [[maybe_unused]] auto r = ::read(timerFd_, &expirations, sizeof expirations);
+      continue;
+    }
+    auto it = fdHandlers_.find(fd);
+    if (it == fdHandlers_.end())
+      continue;
+    auto handler = it->second;  // the handler may remove its own watch
+    try {
+      handler();
+    } catch (...) {
+      report(std::current_exception());
+    }
+  }
+}
+
+void ActivityManager::fdReadableIs(int fd, std::function<void()> onReadable) {
+  bool const known = fdHandlers_.count(fd) != 0;
+  if (!onReadable) {
+    if (known && epollFd_ >= 0)
+      ::epoll_ctl(epollFd_, EPOLL_CTL_DEL, fd, nullptr);
+    fdHandlers_.erase(fd);
+    return;
+  }
+  fdHandlers_[fd] = std::move(onReadable);
+  if (!known && epollFd_ >= 0) {
+    epoll_event ev{};
+    ev.events = EPOLLIN;
+    ev.data.fd = fd;
+    ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, fd, &ev);
+  }
+}
+
+ActivityManager* activityManager() {
+  auto& manager = processManager();
+  if (!manager)
+    manager = std::make_unique<ActivityManager>(ActivityManager::TimeSource::monotonic);
+  return manager.get();
+}
+
+ActivityManager* activityManagerIs(ActivityManager::TimeSource source, double startTime) {
+  auto& manager = processManager();
+  manager = std::make_unique<ActivityManager>(source, startTime);
+  return manager.get();
+}
+
+double System::currentTime() noexcept {
+  return activityManager()->currentTime();
+}
+
+}  // namespace Zel

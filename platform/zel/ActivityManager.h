@@ -1,0 +1,111 @@
+// The activity loop: the one thread on which notifications, clock expiries, completions and the
+// host's own work run, one at a time. Its time source is either the monotonic clock (live) or a
+// virtual clock that only moves when told to, which makes every test and simulation
+// deterministic: advancing virtual time runs each expiry due in the span, in time order, with
+// currentTime() equal to that expiry's own time, and returns as soon as the work is done.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <exception>
+#include <functional>
+#include <memory>
+#include <unordered_map>
+
+#include "platform/zel/Clock.h"
+#include "platform/zel/Entity.h"
+
+namespace Zel {
+
+class ActivityManager {
+ public:
+  enum class TimeSource { monotonic, virtualTime };
+  using ExceptionHandler = std::function<void(std::exception_ptr)>;
+
+  explicit ActivityManager(TimeSource source, double startTime = 0.0);
+  ~ActivityManager();
+  ActivityManager(ActivityManager const&) = delete;
+  ActivityManager& operator=(ActivityManager const&) = delete;
+
+  TimeSource timeSource() const noexcept { return source_; }
+  // The clock of this loop; every reactor that needs waking attaches to it.
+  Ptr<Clock> const& clock() const noexcept { return clock_; }
+  // Seconds: monotonic time when live; the virtual time otherwise, which during an expiry is
+  // that expiry's own wake-up time.
+  double currentTime() const noexcept;
+
+  // Queues the delivery of one attribute notification of `notifier` (key null for a
+  // single-valued attribute or a whole-collection change).
+  void notificationIs(Ptr<Entity const> notifier, AttributeId attribute, Name const* key);
+  // Queues a piece of work, run in order with the notifications.
+  void taskIs(std::function<void()> task);
+  bool hasPending() const noexcept { return !pending_.empty(); }
+  std::size_t pendingCount() const noexcept { return pending_.size(); }
+
+  // Runs queued work until nothing is pending (work may queue more). Time does not move.
+  // Returns the number of items run.
+  std::size_t runPending();
+
+  // Virtual time only: runs every expiry due up to and including now + seconds, in time order,
+  // the queued work after each, then sets the time to now + seconds.
+  void advance(double seconds);
+
+  // Live: runs the loop on the monotonic clock for `seconds` (run(): until stop()).
+  void runFor(double seconds);
+  void run();
+  void stop() noexcept { stopRequested_ = true; }
+
+  // Live: calls `onReadable` from the loop whenever `fd` can be read; null removes the watch.
+  void fdReadableIs(int fd, std::function<void()> onReadable);
+
+  // Expiries that are due within this span of each other are run in one wake of the live loop.
+  // 0 (the default) wakes exactly at each expiry.
+  void wakeGranularityIs(double seconds) noexcept { wakeGranularity_ = seconds; }
+  std::uint64_t wakeCount() const noexcept { return wakes_; }
+
+  // Receives exceptions that escape handlers and tasks; the default rethrows them out of
+  // runPending/advance/run (the failing item is dropped first; the rest stay queued). A host
+  // that must go on delivering, as a framework does, installs a handler that reports and returns.
+  void exceptionHandlerIs(ExceptionHandler handler) { exceptionHandler_ = std::move(handler); }
+
+ private:
+  struct Pending {
+    Ptr<Entity const> notifier;
+    AttributeId attribute = 0;
+    bool keyed = false;
+    Name key;
+    std::function<void()> task;
+  };
+
+  void runOne(Pending& item);
+  bool runOneExpiry(double now);
+  void report(std::exception_ptr error);
+  void runLive(double until);
+  void waitForWork(double until);
+
+  TimeSource source_;
+  double virtualNow_;
+  Ptr<Clock> clock_;
+  std::deque<Pending> pending_;
+  bool runningPending_ = false;
+  bool stopRequested_ = false;
+  double wakeGranularity_ = 0.0;
+  std::uint64_t wakes_ = 0;
+  ExceptionHandler exceptionHandler_;
+  int epollFd_ = -1;
+  int timerFd_ = -1;
+  std::unordered_map<int, std::function<void()>> fdHandlers_;
+};
+
+// The process's activity manager; made on first use, with the monotonic time source.
+ActivityManager* activityManager();
+// Replaces the process's activity manager with a new one (tests and simulations start each run
+// on a fresh virtual clock this way). Returns the new manager.
+ActivityManager* activityManagerIs(ActivityManager::TimeSource source, double startTime = 0.0);
+
+namespace System {
+// The current time of the process's activity manager, in seconds.
+double currentTime() noexcept;
+}  // namespace System
+
+}  // namespace Zel
