@@ -16,8 +16,7 @@ std::ostream& operator<<(std::ostream& out, LightSetting const& setting) {
   out << '[';
   char const* separator = "";
   auto colour = [&](bool lit, char const* name) {
-    if (!lit)
-      return;
+    if (!lit) return;
     out << separator << name;
     separator = "+";
   };
@@ -25,8 +24,7 @@ std::ostream& operator<<(std::ostream& out, LightSetting const& setting) {
   colour(setting.green, "green");
   colour(setting.red, "red");
   colour(setting.orange, "orange");
-  if (setting.isDark())
-    out << "off";
+  if (setting.isDark()) out << "off";
   if (setting.isFlashing()) {
     out << " flash " << setting.flashInterval << 's';
   } else {

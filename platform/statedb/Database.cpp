@@ -15,10 +15,8 @@ std::vector<std::string_view> splitPath(std::string_view path) {
   while (!path.empty()) {
     std::size_t slash = path.find('/');
     std::string_view part = path.substr(0, slash);
-    if (!part.empty())
-      parts.push_back(part);
-    if (slash == std::string_view::npos)
-      break;
+    if (!part.empty()) parts.push_back(part);
+    if (slash == std::string_view::npos) break;
     path.remove_prefix(slash + 1);
   }
   return parts;
@@ -38,24 +36,20 @@ Database::Database() : root_(Zel::Dir::dirIs("")) {}
 
 Zel::Ptr<Zel::Entity> Database::entity(Zel::String const& path) const {
   auto parts = splitPath(path.view());
-  if (parts.empty())
-    return nullptr;
+  if (parts.empty()) return nullptr;
   Zel::Ptr<Zel::Entity> current = root_;
   for (auto part : parts) {
     auto* dir = dynamic_cast<Zel::Dir*>(current.ptr());
-    if (!dir)
-      return nullptr;
+    if (!dir) return nullptr;
     current = dir->entityRef(toName(part));
-    if (!current)
-      return nullptr;
+    if (!current) return nullptr;
   }
   return current;
 }
 
 Zel::Ptr<Zel::Dir> Database::parentDirIs(Zel::String const& path, Zel::Name& leaf) {
   auto parts = splitPath(path.view());
-  if (parts.empty())
-    Zel::throwRangeException("empty database path");
+  if (parts.empty()) Zel::throwRangeException("empty database path");
   Zel::Ptr<Zel::Dir> dir = root_;
   for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
     Zel::Ptr<Zel::Entity> next = dir->entryIs(toName(parts[i]), "Zel::Dir");
@@ -88,16 +82,14 @@ Zel::Ptr<Zel::Entity> Database::entityIs(Zel::String const& path,
 
 Zel::Ptr<Zel::Entity> Database::entityDel(Zel::String const& path) {
   auto parts = splitPath(path.view());
-  if (parts.empty())
-    return nullptr;
+  if (parts.empty()) return nullptr;
   std::string parentPath;
   for (std::size_t i = 0; i + 1 < parts.size(); ++i) {
     parentPath.append(parts[i]).append("/");
   }
   Zel::Ptr<Zel::Dir> dir =
       parts.size() == 1 ? root_ : Zel::ptrCast<Zel::Dir>(entity(Zel::String(parentPath)));
-  if (!dir)
-    return nullptr;
+  if (!dir) return nullptr;
   return dir->entryDel(toName(parts.back()));
 }
 

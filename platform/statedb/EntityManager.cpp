@@ -28,14 +28,12 @@ void Mounter::handleMountStatus(MountStatus) {}
 // --- MountGroup -----------------------------------------------------------------------------
 
 void MountGroup::doMount(Mount const& mount) {
-  if (closed_)
-    Zel::throwRangeException("mount group is closed");
+  if (closed_) Zel::throwRangeException("mount group is closed");
   mounts_.push_back(mount);
 }
 
 void MountGroup::doClose(bool, Zel::String const&, double const&) {
-  if (closed_)
-    return;
+  if (closed_) return;
   closed_ = true;
   // Completion is reported later from the loop; the group and its mounter stay alive until then.
   Zel::Ptr<MountGroup> self(this);
@@ -44,36 +42,30 @@ void MountGroup::doClose(bool, Zel::String const&, double const&) {
 }
 
 void MountGroup::complete() {
-  if (manager_ && mounter_)
-    manager_->complete(*this);
+  if (manager_ && mounter_) manager_->complete(*this);
 }
 
 // --- EntityManager --------------------------------------------------------------------------
 
 Zel::Ptr<EntityManager> EntityManager::entityManagerIs(Zel::Ptr<Database> const& database) {
-  if (!database)
-    Zel::throwRangeException("null ValidPtr");
+  if (!database) Zel::throwRangeException("null ValidPtr");
   return Zel::allocate<EntityManager>(database);
 }
 
 EntityManager::~EntityManager() {
-  for (auto& [mounter, group] : groups_)
-    group->managerDel();
+  for (auto& [mounter, group] : groups_) group->managerDel();
 }
 
 Zel::Ptr<MountGroup> EntityManager::getMountGroup(Zel::Ptr<Mounter> const& mounter) {
-  if (!mounter)
-    Zel::throwRangeException("null ValidPtr");
+  if (!mounter) Zel::throwRangeException("null ValidPtr");
   auto& group = groups_[mounter.ptr()];
-  if (!group)
-    group = Zel::allocate<MountGroup>(this, mounter.ptr());
+  if (!group) group = Zel::allocate<MountGroup>(this, mounter.ptr());
   return group;
 }
 
 void EntityManager::mounterDel(Mounter* mounter) noexcept {
   auto it = groups_.find(mounter);
-  if (it == groups_.end())
-    return;
+  if (it == groups_.end()) return;
   it->second->managerDel();
   groups_.erase(it);
 }
@@ -99,8 +91,7 @@ void EntityManager::complete(MountGroup& group) {
 bool EntityManager::isMounted(std::string_view path) const {
   for (Mount const& mount : mounts_) {
     std::string_view mounted = mount.path().view();
-    if (path == mounted)
-      return true;
+    if (path == mounted) return true;
     if (path.size() > mounted.size() && path.substr(0, mounted.size()) == mounted &&
         path[mounted.size()] == '/') {
       return true;
@@ -110,8 +101,7 @@ bool EntityManager::isMounted(std::string_view path) const {
 }
 
 Zel::Ptr<Zel::Entity> EntityManager::getEntity(Zel::String path) const {
-  if (!isMounted(path.view()))
-    return nullptr;
+  if (!isMounted(path.view())) return nullptr;
   return database_->entity(path);
 }
 

@@ -14,8 +14,7 @@ Zel::TypeNode const* CAgent::fwkType() const {
 }
 
 CAgent::~CAgent() {
-  if (entityManager_)
-    entityManager_->mounterDel(this);
+  if (entityManager_) entityManager_->mounterDel(this);
 }
 
 void CAgent::doMountsComplete(Statedb::MountStatus status,
@@ -28,10 +27,8 @@ void CAgent::handleMountStatus(Statedb::MountStatus status) {
 }
 
 void CAgent::entityManagerIs(Zel::Ptr<Statedb::EntityManager> const& entityManager) {
-  if (entityManager_ == entityManager)
-    return;
-  if (entityManager_)
-    entityManager_->mounterDel(this);
+  if (entityManager_ == entityManager) return;
+  if (entityManager_) entityManager_->mounterDel(this);
   entityManager_ = entityManager;
 }
 

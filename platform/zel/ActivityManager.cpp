@@ -43,10 +43,8 @@ ActivityManager::ActivityManager(TimeSource source, double startTime)
     : source_(source), virtualNow_(startTime), clock_(Clock::clockIs("clock")) {}
 
 ActivityManager::~ActivityManager() {
-  if (timerFd_ >= 0)
-    ::close(timerFd_);
-  if (epollFd_ >= 0)
-    ::close(epollFd_);
+  if (timerFd_ >= 0) ::close(timerFd_);
+  if (epollFd_ >= 0) ::close(epollFd_);
 }
 
 double ActivityManager::currentTime() const noexcept {
@@ -69,8 +67,7 @@ void ActivityManager::taskIs(std::function<void()> task) {
 }
 
 void ActivityManager::report(std::exception_ptr error) {
-  if (!exceptionHandler_)
-    std::rethrow_exception(error);
+  if (!exceptionHandler_) std::rethrow_exception(error);
   exceptionHandler_(error);
 }
 
@@ -87,8 +84,7 @@ void ActivityManager::runOne(Pending& item) {
 }
 
 std::size_t ActivityManager::runPending() {
-  if (runningPending_)
-    return 0;  // a handler that pumps the loop: the outer call goes on
+  if (runningPending_) return 0;  // a handler that pumps the loop: the outer call goes on
   runningPending_ = true;
   struct Reset {
     bool& flag;
@@ -106,8 +102,7 @@ std::size_t ActivityManager::runPending() {
 
 bool ActivityManager::runOneExpiry(double now) {
   Ptr<Clock::NotifieeConst> due = clock_->expiryDue(now);
-  if (!due)
-    return false;
+  if (!due) return false;
   if (source_ == TimeSource::virtualTime && due->timeMin() > virtualNow_) {
     virtualNow_ = due->timeMin();  // a time already past fires at the current time instead
   }
@@ -127,8 +122,7 @@ void ActivityManager::advance(double seconds) {
   double const target = virtualNow_ + seconds;
   while (runOneExpiry(target)) {
   }
-  if (target > virtualNow_)
-    virtualNow_ = target;
+  if (target > virtualNow_) virtualNow_ = target;
   runPending();
 }
 
@@ -147,8 +141,7 @@ void ActivityManager::runLive(double until) {
     double const now = currentTime();
     while (!stopRequested_ && runOneExpiry(now)) {
     }
-    if (stopRequested_ || now >= until)
-      break;
+    if (stopRequested_ || now >= until) break;
     waitForWork(until);
   }
   runPending();
@@ -172,8 +165,7 @@ void ActivityManager::waitForWork(double until) {
       ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, fd, &fdEvent);
     }
   }
-  if (hasPending())
-    return;
+  if (hasPending()) return;
   double wake = std::min(clock_->nextExpiry(), until);
   if (wakeGranularity_ > 0 && wake != Clock::kNever) {
     wake = std::ceil(wake / wakeGranularity_) * wakeGranularity_;
@@ -182,8 +174,7 @@ void ActivityManager::waitForWork(double until) {
   itimerspec spec{};
   if (wake != Clock::kNever) {
     spec.it_value = toTimespec(wake);
-    if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0)
-      spec.it_value.tv_nsec = 1;
+    if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0) spec.it_value.tv_nsec = 1;
   }
   ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &spec, nullptr);
   epoll_event events[16];
@@ -197,8 +188,7 @@ void ActivityManager::waitForWork(double until) {
       continue;
     }
     auto it = fdHandlers_.find(fd);
-    if (it == fdHandlers_.end())
-      continue;
+    if (it == fdHandlers_.end()) continue;
     auto handler = it->second;  // the handler may remove its own watch
     try {
       handler();
@@ -211,8 +201,7 @@ void ActivityManager::waitForWork(double until) {
 void ActivityManager::fdReadableIs(int fd, std::function<void()> onReadable) {
   bool const known = fdHandlers_.count(fd) != 0;
   if (!onReadable) {
-    if (known && epollFd_ >= 0)
-      ::epoll_ctl(epollFd_, EPOLL_CTL_DEL, fd, nullptr);
+    if (known && epollFd_ >= 0) ::epoll_ctl(epollFd_, EPOLL_CTL_DEL, fd, nullptr);
     fdHandlers_.erase(fd);
     return;
   }
@@ -227,8 +216,7 @@ void ActivityManager::fdReadableIs(int fd, std::function<void()> onReadable) {
 
 ActivityManager* activityManager() {
   auto& manager = processManager();
-  if (!manager)
-    manager = std::make_unique<ActivityManager>(ActivityManager::TimeSource::monotonic);
+  if (!manager) manager = std::make_unique<ActivityManager>(ActivityManager::TimeSource::monotonic);
   return manager.get();
 }
 

@@ -22,8 +22,7 @@ TypeNode const* Clock::fwkType() const {
 
 Clock::~Clock() {
   // Reactors may outlive the clock only if something else holds them; they are never fired.
-  for (NotifieeConst* reactor : heap_)
-    reactor->heapIndex_ = NotifieeConst::kNotArmed;
+  for (NotifieeConst* reactor : heap_) reactor->heapIndex_ = NotifieeConst::kNotArmed;
 }
 
 void Clock::arm(NotifieeConst* reactor) const {
@@ -41,13 +40,11 @@ void Clock::arm(NotifieeConst* reactor) const {
 
 void Clock::disarm(NotifieeConst* reactor) const noexcept {
   std::uint32_t index = reactor->heapIndex_;
-  if (index == NotifieeConst::kNotArmed)
-    return;
+  if (index == NotifieeConst::kNotArmed) return;
   reactor->heapIndex_ = NotifieeConst::kNotArmed;
   NotifieeConst* last = heap_.back();
   heap_.pop_back();
-  if (last == reactor)
-    return;
+  if (last == reactor) return;
   place(index, last);
   siftUp(index);
   siftDown(last->heapIndex_);
@@ -57,8 +54,7 @@ void Clock::siftUp(std::uint32_t index) const noexcept {
   NotifieeConst* moving = heap_[index];
   while (index > 0) {
     std::uint32_t parent = (index - 1) / 2;
-    if (!earlier(moving, heap_[parent]))
-      break;
+    if (!earlier(moving, heap_[parent])) break;
     place(index, heap_[parent]);
     index = parent;
   }
@@ -70,12 +66,9 @@ void Clock::siftDown(std::uint32_t index) const noexcept {
   std::uint32_t const size = static_cast<std::uint32_t>(heap_.size());
   for (;;) {
     std::uint32_t child = 2 * index + 1;
-    if (child >= size)
-      break;
-    if (child + 1 < size && earlier(heap_[child + 1], heap_[child]))
-      ++child;
-    if (!earlier(heap_[child], moving))
-      break;
+    if (child >= size) break;
+    if (child + 1 < size && earlier(heap_[child + 1], heap_[child])) ++child;
+    if (!earlier(heap_[child], moving)) break;
     place(index, heap_[child]);
     index = child;
   }
@@ -83,8 +76,7 @@ void Clock::siftDown(std::uint32_t index) const noexcept {
 }
 
 Ptr<Clock::NotifieeConst> Clock::expiryDue(double now) const {
-  if (heap_.empty() || !(heap_.front()->timeMin_ <= now))
-    return nullptr;
+  if (heap_.empty() || !(heap_.front()->timeMin_ <= now)) return nullptr;
   Ptr<NotifieeConst> due(heap_.front());
   disarm(due.ptr());
   return due;
@@ -93,18 +85,15 @@ Ptr<Clock::NotifieeConst> Clock::expiryDue(double now) const {
 // --- Clock::NotifieeConst ------------------------------------------------------------------
 
 Clock::NotifieeConst::~NotifieeConst() {
-  if (Clock const* clock = notifier())
-    clock->disarm(this);
+  if (Clock const* clock = notifier()) clock->disarm(this);
 }
 
 void Clock::NotifieeConst::timeMinIs(double const& time) {
   bool const unchanged = time == timeMin_ && isArmed();
   timeMin_ = time;
-  if (unchanged)
-    return;
+  if (unchanged) return;
   Clock const* clock = notifier();
-  if (!clock)
-    return;
+  if (!clock) return;
   if (std::isnan(time) || time == kNever) {
     clock->disarm(this);
   } else {
@@ -113,13 +102,10 @@ void Clock::NotifieeConst::timeMinIs(double const& time) {
 }
 
 void Clock::NotifieeConst::notifierIs(Ptr<Clock const> const& clock) {
-  if (clock.ptr() == notifier())
-    return;
-  if (Clock const* old = notifier())
-    old->disarm(this);
+  if (clock.ptr() == notifier()) return;
+  if (Clock const* old = notifier()) old->disarm(this);
   notifierBaseIs(clock);
-  if (clock && !std::isnan(timeMin_) && timeMin_ != kNever)
-    clock->arm(this);
+  if (clock && !std::isnan(timeMin_) && timeMin_ != kNever) clock->arm(this);
 }
 
 }  // namespace Zel

@@ -29,8 +29,7 @@ Ptr<Dir> Dir::dirIs(Name const& name) {
 }
 
 Dir::~Dir() {
-  for (auto member : entries_)
-    release(member.value.ptr());
+  for (auto member : entries_) release(member.value.ptr());
 }
 
 void Dir::adopt(Entity* child) noexcept {
@@ -38,42 +37,36 @@ void Dir::adopt(Entity* child) noexcept {
 }
 
 void Dir::release(Entity* child) noexcept {
-  if (child && child->parent() == this)
-    child->parentIs(nullptr);
+  if (child && child->parent() == this) child->parentIs(nullptr);
 }
 
 Ptr<Entity> Dir::entryIs(Name const& name, String const& typeName) {
-  if (Ptr<Entity> const* existing = entries_.find(name))
-    return *existing;
+  if (Ptr<Entity> const* existing = entries_.find(name)) return *existing;
   Ptr<Entity> entity = newEntity(typeName, name, this);
-  if (!entity)
-    throwRangeException("null ValidPtr");
+  if (!entity) throwRangeException("null ValidPtr");
   adopt(entity.ptr());
   entries_.insert(name, entity);
-  notify(entry_, name);
+  notify(Attr::entry, name);
   return entity;
 }
 
 Ptr<Entity> Dir::entryIs(Ptr<Entity> const& entity) {
-  if (!entity)
-    throwRangeException("null ValidPtr");
+  if (!entity) throwRangeException("null ValidPtr");
   Name const name = entity->name();
   Ptr<Entity> const* existing = entries_.find(name);
-  if (existing && *existing == entity)
-    return entity;
+  if (existing && *existing == entity) return entity;
   adopt(entity.ptr());
   Ptr<Entity> replaced = entries_.insert(name, entity);
   release(replaced.ptr());
-  notify(entry_, name);
+  notify(Attr::entry, name);
   return entity;
 }
 
 Ptr<Entity> Dir::entryDel(Name const& name) {
   Ptr<Entity> removed = entries_.take(name);
-  if (!removed)
-    return nullptr;
+  if (!removed) return nullptr;
   release(removed.ptr());
-  notify(entry_, name);
+  notify(Attr::entry, name);
   return removed;
 }
 
@@ -83,8 +76,8 @@ Ptr<Entity> Dir::entityRef(Name const& name) const {
 }
 
 void Dir::NotifieeConst::zelDeliver(AttributeId attribute, Name const* key) {
-  if (attribute != entry_)
-    return;
+  if (attribute == Attr::entryImmediate) return onEntryzelImmediate();
+  if (attribute != Attr::entry) return;
   if (key) {
     onEntry(*key);
   } else {

@@ -11,7 +11,9 @@ namespace Zel {
 
 class Dir : public Entity {
  public:
-  enum Attribute : AttributeId { entry_ = 1 };
+  struct Attr {
+    enum : AttributeId { entry = 1, entryImmediate };
+  };
 
   class NotifieeConst : public NotifieeConstOf<Dir> {
    public:

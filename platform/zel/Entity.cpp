@@ -35,14 +35,11 @@ TypeNode const* Entity::fwkType() const {
 
 std::string Entity::fullName() const {
   std::vector<Entity const*> chain;
-  for (Entity const* e = this; e; e = e->parent_)
-    chain.push_back(e);
+  for (Entity const* e = this; e; e = e->parent_) chain.push_back(e);
   std::string out;
   for (auto it = chain.rbegin(); it != chain.rend(); ++it) {
-    if ((*it)->name_.empty())
-      continue;
-    if (!out.empty())
-      out += '/';
+    if ((*it)->name_.empty()) continue;
+    if (!out.empty()) out += '/';
     out += (*it)->name_.view();
   }
   return out;
@@ -53,15 +50,13 @@ bool Entity::hasNotifiees() const noexcept {
 }
 
 std::size_t Entity::notifieeCount() const noexcept {
-  if (!notifiees_)
-    return 0;
+  if (!notifiees_) return 0;
   return std::count_if(notifiees_->reactors.begin(), notifiees_->reactors.end(),
                        [](NotifieeConstBase* r) { return r != nullptr; });
 }
 
 void Entity::notifieeIs(NotifieeConstBase* reactor) const {
-  if (!notifiees_)
-    notifiees_ = new NotifieeList;
+  if (!notifiees_) notifiees_ = new NotifieeList;
   auto& reactors = notifiees_->reactors;
   if (std::find(reactors.begin(), reactors.end(), reactor) == reactors.end()) {
     reactors.push_back(reactor);
@@ -69,12 +64,10 @@ void Entity::notifieeIs(NotifieeConstBase* reactor) const {
 }
 
 void Entity::notifieeDel(NotifieeConstBase* reactor) const noexcept {
-  if (!notifiees_)
-    return;
+  if (!notifiees_) return;
   auto& reactors = notifiees_->reactors;
   auto it = std::find(reactors.begin(), reactors.end(), reactor);
-  if (it == reactors.end())
-    return;
+  if (it == reactors.end()) return;
   if (notifiees_->delivering) {
     *it = nullptr;  // the delivery loop indexes this vector; compact once it is done
     notifiees_->hasHoles = true;
@@ -84,42 +77,36 @@ void Entity::notifieeDel(NotifieeConstBase* reactor) const noexcept {
 }
 
 void Entity::deliver(AttributeId attribute, Name const* key) const {
-  if (!notifiees_)
-    return;
+  if (!notifiees_) return;
   NotifieeList& list = *notifiees_;
   struct Depth {
     NotifieeList& list;
     explicit Depth(NotifieeList& l) : list(l) { ++list.delivering; }
     ~Depth() {
-      if (--list.delivering == 0 && list.hasHoles)
-        list.compact();
+      if (--list.delivering == 0 && list.hasHoles) list.compact();
     }
   } depth(list);
   std::size_t const count = list.reactors.size();
   for (std::size_t i = 0; i < count; ++i) {
     NotifieeConstBase* reactor = list.reactors[i];
-    if (!reactor || !reactor->isLive())
-      continue;
+    if (!reactor || !reactor->isLive()) continue;
     Ptr<NotifieeConstBase> hold(reactor);  // a handler may drop the last other reference
     reactor->zelDeliver(attribute, key);
   }
 }
 
 void Entity::notify(AttributeId attribute) const {
-  if (!hasNotifiees())
-    return;
+  if (!hasNotifiees()) return;
   activityManager()->notificationIs(Ptr<Entity const>(this), attribute, nullptr);
 }
 
 void Entity::notify(AttributeId attribute, Name const& key) const {
-  if (!hasNotifiees())
-    return;
+  if (!hasNotifiees()) return;
   activityManager()->notificationIs(Ptr<Entity const>(this), attribute, &key);
 }
 
 std::ostream& operator<<(std::ostream& out, Entity const* entity) {
-  if (!entity)
-    return out << "(null)";
+  if (!entity) return out << "(null)";
   std::string full = entity->fullName();
   return out << (full.empty() ? std::string("(unnamed)") : full);
 }
@@ -127,16 +114,13 @@ std::ostream& operator<<(std::ostream& out, Entity const* entity) {
 // --- NotifieeConstBase ---------------------------------------------------------------------
 
 NotifieeConstBase::~NotifieeConstBase() {
-  if (registered_ && notifier_)
-    notifier_->notifieeDel(this);
+  if (registered_ && notifier_) notifier_->notifieeDel(this);
 }
 
 void NotifieeConstBase::isRegisteredNotifieeIs(bool registered) {
-  if (registered == registered_)
-    return;
+  if (registered == registered_) return;
   registered_ = registered;
-  if (!notifier_)
-    return;
+  if (!notifier_) return;
   if (registered) {
     notifier_->notifieeIs(this);
   } else {
@@ -145,13 +129,10 @@ void NotifieeConstBase::isRegisteredNotifieeIs(bool registered) {
 }
 
 void NotifieeConstBase::notifierBaseIs(Ptr<Entity const> const& notifier) {
-  if (notifier == notifier_)
-    return;
-  if (registered_ && notifier_)
-    notifier_->notifieeDel(this);
+  if (notifier == notifier_) return;
+  if (registered_ && notifier_) notifier_->notifieeDel(this);
   notifier_ = notifier;
-  if (registered_ && notifier_)
-    notifier_->notifieeIs(this);
+  if (registered_ && notifier_) notifier_->notifieeIs(this);
 }
 
 }  // namespace Zel

@@ -50,8 +50,7 @@ class NameMap {
 
    private:
     void skipStale() {
-      while (slot_ < map_->slots_.size() && !map_->slots_[slot_].live)
-        ++slot_;
+      while (slot_ < map_->slots_.size() && !map_->slots_[slot_].live) ++slot_;
     }
     NameMap const* map_;
     std::uint32_t slot_;
@@ -75,8 +74,7 @@ class NameMap {
   // default-constructed V) so that callers can tell what was replaced.
   V insert(Name const& key, V value) {
     std::uint32_t slot = lookup(key);
-    if (slot != kNone)
-      return std::exchange(slots_[slot].value, std::move(value));
+    if (slot != kNone) return std::exchange(slots_[slot].value, std::move(value));
     slot = takeSlot();
     Slot& s = slots_[slot];
     s.key = key;
@@ -90,8 +88,7 @@ class NameMap {
   // Removes the member under key and returns its value; a default V when there was none.
   V take(Name const& key) {
     std::uint32_t slot = lookup(key);
-    if (slot == kNone)
-      return V{};
+    if (slot == kNone) return V{};
     if (index_) {
       index_[findIndexPosition(key)] = kTomb;
       ++tombs_;
@@ -106,8 +103,7 @@ class NameMap {
     return value;
   }
   bool erase(Name const& key) {
-    if (!contains(key))
-      return false;
+    if (!contains(key)) return false;
     take(key);
     return true;
   }
@@ -115,8 +111,7 @@ class NameMap {
   // Empties the map. Slots are kept (and marked stale) so that a walk in progress stays valid.
   void clear() {
     for (std::uint32_t i = 0; i < slots_.size(); ++i) {
-      if (slots_[i].live)
-        take(Name(slots_[i].key));
+      if (slots_[i].live) take(Name(slots_[i].key));
     }
   }
 
@@ -132,18 +127,15 @@ class NameMap {
   std::uint32_t lookup(Name const& key) const {
     if (!index_) {
       for (std::uint32_t i = 0; i < slots_.size(); ++i) {
-        if (slots_[i].live && slots_[i].key == key)
-          return i;
+        if (slots_[i].live && slots_[i].key == key) return i;
       }
       return kNone;
     }
     std::uint32_t mask = indexCapacity_ - 1;
     for (std::uint32_t pos = key.hash() & mask;; pos = (pos + 1) & mask) {
       std::uint32_t entry = index_[pos];
-      if (entry == kEmpty)
-        return kNone;
-      if (entry != kTomb && slots_[entry - 2].key == key)
-        return entry - 2;
+      if (entry == kEmpty) return kNone;
+      if (entry != kTomb && slots_[entry - 2].key == key) return entry - 2;
     }
   }
 
@@ -151,8 +143,7 @@ class NameMap {
     std::uint32_t mask = indexCapacity_ - 1;
     for (std::uint32_t pos = key.hash() & mask;; pos = (pos + 1) & mask) {
       std::uint32_t entry = index_[pos];
-      if (entry != kTomb && entry != kEmpty && slots_[entry - 2].key == key)
-        return pos;
+      if (entry != kTomb && entry != kEmpty && slots_[entry - 2].key == key) return pos;
     }
   }
 
@@ -168,8 +159,7 @@ class NameMap {
 
   void indexInsert(Name const& key, std::uint32_t slot) {
     if (!index_) {
-      if (slots_.size() <= kLinearLimit)
-        return;
+      if (slots_.size() <= kLinearLimit) return;
       rebuildIndex();
       return;
     }
@@ -179,27 +169,22 @@ class NameMap {
     }
     std::uint32_t mask = indexCapacity_ - 1;
     std::uint32_t pos = key.hash() & mask;
-    while (index_[pos] != kEmpty && index_[pos] != kTomb)
-      pos = (pos + 1) & mask;
-    if (index_[pos] == kTomb)
-      --tombs_;
+    while (index_[pos] != kEmpty && index_[pos] != kTomb) pos = (pos + 1) & mask;
+    if (index_[pos] == kTomb) --tombs_;
     index_[pos] = slot + 2;
   }
 
   void rebuildIndex() {
     std::uint32_t capacity = 16;
-    while (capacity < live_ * 2)
-      capacity *= 2;
+    while (capacity < live_ * 2) capacity *= 2;
     index_ = std::make_unique<std::uint32_t[]>(capacity);
     indexCapacity_ = capacity;
     tombs_ = 0;
     std::uint32_t mask = capacity - 1;
     for (std::uint32_t i = 0; i < slots_.size(); ++i) {
-      if (!slots_[i].live)
-        continue;
+      if (!slots_[i].live) continue;
       std::uint32_t pos = slots_[i].key.hash() & mask;
-      while (index_[pos] != kEmpty)
-        pos = (pos + 1) & mask;
+      while (index_[pos] != kEmpty) pos = (pos + 1) & mask;
       index_[pos] = i + 2;
     }
   }

@@ -69,16 +69,13 @@ class Ptr {
 
  private:
   static void retain(T* raw) noexcept {
-    if (raw)
-      static_cast<PtrInterface const*>(raw)->newRef();
+    if (raw) static_cast<PtrInterface const*>(raw)->newRef();
   }
   static void drop(T* raw) noexcept {
-    if (raw)
-      static_cast<PtrInterface const*>(raw)->deleteRef();
+    if (raw) static_cast<PtrInterface const*>(raw)->deleteRef();
   }
   Ptr& assign(T* raw) noexcept {
-    if (raw == raw_)
-      return *this;
+    if (raw == raw_) return *this;
     retain(raw);
     T* old = raw_;
     raw_ = raw;

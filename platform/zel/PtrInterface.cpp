@@ -19,8 +19,7 @@ std::atomic_ref<std::uint32_t> atomicWord(std::uint32_t& word) {
 PtrInterface::~PtrInterface() = default;
 
 std::uint32_t PtrInterface::load() const noexcept {
-  if (enableThreadSafePointers)
-    return atomicWord(word_).load(std::memory_order_acquire);
+  if (enableThreadSafePointers) return atomicWord(word_).load(std::memory_order_acquire);
   return word_;
 }
 
@@ -40,8 +39,7 @@ void PtrInterface::deleteRef() const noexcept {
     before = word_;
     word_ -= kOneReference;
   }
-  if ((before >> kFlagBits) == 1)
-    onZeroReferences();
+  if ((before >> kFlagBits) == 1) onZeroReferences();
 }
 
 void PtrInterface::flagIs(std::uint32_t flag, bool on) const noexcept {
@@ -63,8 +61,7 @@ void PtrInterface::hasNotificationActiveIs(bool active) {
 }
 
 void PtrInterface::zelDoZombieReactors(bool zombie) {
-  if (isMarkedForDeletion() == zombie)
-    return;
+  if (isMarkedForDeletion() == zombie) return;
   markedForDeletionFlagIs(zombie);
 }
 

@@ -41,8 +41,7 @@ String::Rep* String::make(char const* text, std::size_t size) {
 }
 
 void String::retain() const noexcept {
-  if (!rep_)
-    return;
+  if (!rep_) return;
   if (enableThreadSafePointers) {
     std::atomic_ref<std::uint32_t>(rep_->references).fetch_add(1, std::memory_order_relaxed);
   } else {
@@ -51,8 +50,7 @@ void String::retain() const noexcept {
 }
 
 void String::release() noexcept {
-  if (!rep_)
-    return;
+  if (!rep_) return;
   std::uint32_t before;
   if (enableThreadSafePointers) {
     before =
@@ -60,8 +58,7 @@ void String::release() noexcept {
   } else {
     before = rep_->references--;
   }
-  if (before == 1)
-    ::operator delete(rep_);
+  if (before == 1) ::operator delete(rep_);
   rep_ = nullptr;
 }
 
@@ -112,10 +109,8 @@ String format(char const* pattern, ...) {
   va_start(args, pattern);
   int needed = std::vsnprintf(small, sizeof small, pattern, args);
   va_end(args);
-  if (needed < 0)
-    return String();
-  if (static_cast<std::size_t>(needed) < sizeof small)
-    return String(small, needed);
+  if (needed < 0) return String();
+  if (static_cast<std::size_t>(needed) < sizeof small) return String(small, needed);
   std::vector<char> big(static_cast<std::size_t>(needed) + 1);
   va_start(args, pattern);
   std::vsnprintf(big.data(), big.size(), pattern, args);

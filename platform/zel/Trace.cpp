@@ -22,8 +22,7 @@ std::unordered_map<String, TraceHandle::State*>& facilities() {
 
 TraceHandle::State& facilityState(String const& facility) {
   auto [it, inserted] = facilities().try_emplace(facility, nullptr);
-  if (inserted)
-    it->second = new TraceHandle::State{facility, 0};
+  if (inserted) it->second = new TraceHandle::State{facility, 0};
   return *it->second;
 }
 
@@ -38,8 +37,7 @@ TraceSink* currentSink = nullptr;
 
 TraceHandle::TraceHandle(String const& facility, bool enableAll)
     : state_(&facilityState(facility)), levels_(&state_->levels) {
-  if (enableAll)
-    state_->levels = ~0u;
+  if (enableAll) state_->levels = ~0u;
 }
 
 String const& TraceHandle::facility() const noexcept {
@@ -61,8 +59,7 @@ bool parseTraceLevels(std::string const& text, std::uint32_t& levels) {
   }
   std::uint32_t mask = 0;
   std::size_t pos = 0;
-  if (text.empty())
-    return false;
+  if (text.empty()) return false;
   while (pos <= text.size()) {
     std::size_t comma = text.find(',', pos);
     std::string part =
@@ -75,14 +72,10 @@ bool parseTraceLevels(std::string const& text, std::uint32_t& levels) {
     } else {
       return false;
     }
-    if (part.find_first_not_of("0123456789-") != std::string::npos)
-      return false;
-    if (low < 0 || high > 31 || low > high)
-      return false;
-    for (int l = low; l <= high; ++l)
-      mask |= 1u << l;
-    if (comma == std::string::npos)
-      break;
+    if (part.find_first_not_of("0123456789-") != std::string::npos) return false;
+    if (low < 0 || high > 31 || low > high) return false;
+    for (int l = low; l <= high; ++l) mask |= 1u << l;
+    if (comma == std::string::npos) break;
     pos = comma + 1;
   }
   levels = mask;
@@ -119,8 +112,7 @@ void StreamTraceSink::record(TraceRecord const& record) {
 std::vector<std::string> CapturingTraceSink::texts(String const& facility, int level) const {
   std::vector<std::string> out;
   for (auto const& r : records_) {
-    if (r.facility == facility && r.level == level)
-      out.push_back(r.text);
+    if (r.facility == facility && r.level == level) out.push_back(r.text);
   }
   return out;
 }
@@ -128,8 +120,7 @@ std::vector<std::string> CapturingTraceSink::texts(String const& facility, int l
 std::vector<std::string> CapturingTraceSink::texts(String const& facility) const {
   std::vector<std::string> out;
   for (auto const& r : records_) {
-    if (r.facility == facility)
-      out.push_back(r.text);
+    if (r.facility == facility) out.push_back(r.text);
   }
   return out;
 }
@@ -137,8 +128,7 @@ std::vector<std::string> CapturingTraceSink::texts(String const& facility) const
 TraceHelper* TraceHelper::createIfEnabled(TraceHandle const& handle,
                                           TraceFacility::FacilityLevel level,
                                           TraceHelperStorage& storage) {
-  if (!handle.isEnabled(level))
-    return nullptr;
+  if (!handle.isEnabled(level)) return nullptr;
   return ::new (static_cast<void*>(storage.bytes)) TraceHelper(handle, level);
 }
 

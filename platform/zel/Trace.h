@@ -119,8 +119,7 @@ class EnsureTraceHelperIsDestroyed {
  public:
   explicit EnsureTraceHelperIsDestroyed(TraceHelper* helper) noexcept : helper_(helper) {}
   ~EnsureTraceHelperIsDestroyed() {
-    if (helper_)
-      helper_->~TraceHelper();
+    if (helper_) helper_->~TraceHelper();
   }
   EnsureTraceHelperIsDestroyed(EnsureTraceHelperIsDestroyed const&) = delete;
   EnsureTraceHelperIsDestroyed& operator=(EnsureTraceHelperIsDestroyed const&) = delete;

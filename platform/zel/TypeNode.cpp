@@ -21,15 +21,13 @@ Registry& registry() {
 
 bool TypeNode::isA(TypeNode const& other) const noexcept {
   for (TypeNode const* t = this; t; t = t->base_) {
-    if (t == &other)
-      return true;
+    if (t == &other) return true;
   }
   return false;
 }
 
 void typeNodeIs(TypeNode const* node) {
-  if (!node)
-    throwRangeException("null ValidPtr");
+  if (!node) throwRangeException("null ValidPtr");
   registry().byName[node->name()] = node;
   registry().inOrder.push_back(node);
 }
@@ -45,8 +43,7 @@ std::vector<TypeNode const*> const& typeNodes() {
 
 Ptr<Entity> newEntity(String const& typeName, Name const& name, Dir* dir) {
   TypeNode const* node = typeNode(typeName);
-  if (!node)
-    throwRangeException(("unknown entity type \"" + typeName + "\"").charPtr());
+  if (!node) throwRangeException(("unknown entity type \"" + typeName + "\"").charPtr());
   if (!node->factory()) {
     throwRangeException(("entity type \"" + typeName + "\" cannot be created by name").charPtr());
   }
