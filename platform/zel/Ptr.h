@@ -52,6 +52,14 @@ class Ptr {
   T& operator*() const noexcept { return *raw_; }
   explicit operator bool() const noexcept { return raw_ != nullptr; }
 
+  // Takes over a reference that the caller already owns (such as one handed across a C
+  // interface), without adding another.
+  static Ptr adopt(T* raw) noexcept {
+    Ptr p;
+    p.raw_ = raw;
+    return p;
+  }
+
   // Gives up ownership of the reference without dropping it.
   T* release() noexcept { return std::exchange(raw_, nullptr); }
 

@@ -1,0 +1,70 @@
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <limits>
+
+#include "utils/Lampwise.h"
+
+namespace {
+
+TEST(ColorToStringTest, WritesTheModelTextUnchanged) {
+  struct {
+    Led::Color color;
+    char const* text;
+  } const cases[] = {
+      {Led::Color::red, "red"},
+      {Led::Color::green, "green"},
+      {Led::Color::yellow, "yellow"},
+      {Led::Color::orange, "orange"},
+      {Led::Color::blue, "blue"},
+      {Led::Color::white, "white"},
+      {Led::Color::amber, "amber"},
+      {Led::Color::purple, "purple"},
+      {static_cast<Led::Color>(8), "Color(8)"},
+  };
+  for (auto const& c : cases) EXPECT_EQ(Lampwise::toString(c.color), Zel::String(c.text)) << c.text;
+}
+
+TEST(IsColorValidTest, AcceptsExactlyTheTextsOfTheEightColours) {
+  struct {
+    char const* text;
+    bool valid;
+  } const cases[] = {
+      {"red", true},       {"purple", true},    {"amber", true},     {"Red", false},
+      {"RED", false},      {"red ", false},     {" red", false},     {"", false},
+      {"Color(8)", false}, {"Color(0)", false}, {"redgreen", false},
+  };
+  for (auto const& c : cases)
+    EXPECT_EQ(Lampwise::isColorValid(c.text), c.valid) << '"' << c.text << '"';
+}
+
+TEST(RoundValTest, RoundsHalvesAwayFromZero) {
+  struct {
+    double value;
+    int places;
+    double rounded;
+  } const cases[] = {
+      {3.14159, 2, 3.14},
+      {2.5, 0, 3.0},
+      {-2.5, 0, -3.0},
+      {0.5, 0, 1.0},
+      {1234.0, -2, 1200.0},
+      {1250.0, -2, 1300.0},
+      {-1250.0, -2, -1300.0},
+      {0.0, 5, 0.0},
+      // 1.005 is stored just below the half, so plain double arithmetic rounds it down.
+      {1.005, 2, 1.0},
+  };
+  for (auto const& c : cases)
+    EXPECT_DOUBLE_EQ(Lampwise::roundVal(c.value, c.places), c.rounded)
+        << c.value << " to " << c.places << " places";
+}
+
+TEST(RoundValTest, PassesNanAndInfinityThrough) {
+  double const infinity = std::numeric_limits<double>::infinity();
+  EXPECT_TRUE(std::isnan(Lampwise::roundVal(std::nan(""), 2)));
+  EXPECT_EQ(Lampwise::roundVal(infinity, 2), infinity);
+  EXPECT_EQ(Lampwise::roundVal(-infinity, 0), -infinity);
+}
+
+}  // namespace
