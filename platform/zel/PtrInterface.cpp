@@ -60,7 +60,7 @@ void PtrInterface::hasNotificationActiveIs(bool active) {
   notificationActiveFlagIs(active);
 }
 
-void PtrInterface::zelDoZombieReactors(bool zombie) {
+void PtrInterface::zelDoZombieReactors(bool zombie) noexcept {
   if (isMarkedForDeletion() == zombie) return;
   markedForDeletionFlagIs(zombie);
 }

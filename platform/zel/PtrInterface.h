@@ -39,8 +39,9 @@ class PtrInterface {
   // The zombie flag: an object marked for deletion reacts to nothing.
   bool isMarkedForDeletion() const noexcept { return load() & kMarkedForDeletion; }
   // Retires this object and, in classes that own reactors, every reactor it owns. Returns at
-  // once when the flag already has the requested value.
-  virtual void zelDoZombieReactors(bool zombie);
+  // once when the flag already has the requested value. Retirement cannot stop half-way: an
+  // exception escaping it ends the process.
+  virtual void zelDoZombieReactors(bool zombie) noexcept;
 
   virtual TypeNode const* fwkType() const;
 

@@ -1,0 +1,389 @@
+#include "reactor/ConfigReactor.h"
+
+#include "agent/Trace.h"
+#include "platform/zel/Allocate.h"
+#include "platform/zel/Exception.h"
+#include "platform/zel/TypeNode.h"
+#include "platform/zel/ValidPtr.h"
+
+namespace Pinlamp {
+
+namespace {
+char const kCorvelPinConfigType[] = "Hardware::Gpio::CorvelPinConfig";
+
+Zel::String reinstantiationText(char const* attribute, void const* newValue,
+                                void const* currentValue) {
+  return Zel::String(
+             "Reinstantiating the pointer interface where constructor parameter "
+             "attribute ") +
+         attribute + " has a different value of " + Zel::valueToStrepOfRawPtr(newValue) +
+         " than the current value of " + Zel::valueToStrepOfRawPtr(currentValue) + " not allowed";
+}
+}  // namespace
+
+Zel::Ptr<ConfigReactor> ConfigReactorIs(
+    Zel::Ptr<GpioLedSystemConfigDir const> const& gpioLedSystemConfigDir,
+    Zel::Ptr<LedSystemConfigDir const> const& hwLedConfigDir,
+    Zel::Ptr<Zel::Dir> const& gpioPinConfigDir) {
+  Zel::Ptr<ConfigReactor> reactor =
+      Zel::allocate<ConfigReactor>(gpioLedSystemConfigDir, hwLedConfigDir, gpioPinConfigDir);
+  if (!reactor) Zel::throwRangeException("null ValidPtr");
+  return reactor;
+}
+
+Zel::TypeNode const& ConfigReactor::type() {
+  static Zel::TypeNode const node("Pinlamp::ConfigReactor");
+  return node;
+}
+
+Zel::TypeNode const* ConfigReactor::fwkType() const {
+  return &type();
+}
+
+// --- construction and destruction -----------------------------------------------------------
+
+ConfigReactor::ConfigReactor(Zel::Ptr<GpioLedSystemConfigDir const> const& gpioLedSystemConfigDir,
+                             Zel::Ptr<LedSystemConfigDir const> const& hwLedConfigDir,
+                             Zel::Ptr<Zel::Dir> const& gpioPinConfigDir) {
+  if (gpioLedSystemConfigDir) {
+    gpioLedSystemConfigDir_ =
+        Zel::allocate<ZelGpioLedSystemConfigDir>(gpioLedSystemConfigDir, this);
+  }
+  if (hwLedConfigDir) hwLedConfigDir_ = Zel::allocate<ZelHwLedConfigDir>(hwLedConfigDir, this);
+  gpioPinConfigDir_ = gpioPinConfigDir;
+  // The output directory exists before any LED is looked at, so every later step can rely on it.
+  handleInitialized();
+  if (!gpioLedSystemConfigDir) return;
+  resynchronise();
+}
+
+ConfigReactor::~ConfigReactor() {
+  zelDoZombieReactors(true);
+  if (gpioLedSystemConfigDir_) gpioLedSystemConfigDir_->ownerIs(nullptr);
+  if (hwLedConfigDir_) hwLedConfigDir_->ownerIs(nullptr);
+  for (auto member : gpioLedConfig_) member.value->ownerIs(nullptr);
+  gpioLedStateMachineDelAll();
+  corvelLedSystemConfigDel();
+  gpioLedConfig_.clear();
+  gpioLedStateMachine_.clear();
+  gpioPinConfigDir_ = nullptr;
+  hwLedConfigDir_ = nullptr;
+  gpioLedSystemConfigDir_ = nullptr;
+}
+
+void ConfigReactor::zelDoZombieReactors(bool zombie) noexcept {
+  if (isMarkedForDeletion() == zombie) return;
+  if (gpioLedSystemConfigDir_) gpioLedSystemConfigDir_->zelDoZombieReactors(zombie);
+  if (hwLedConfigDir_) hwLedConfigDir_->zelDoZombieReactors(zombie);
+  for (auto member : gpioLedConfig_) member.value->zelDoZombieReactors(zombie);
+  markedForDeletionFlagIs(zombie);
+}
+
+void ConfigReactor::hasNotificationActiveIs(bool active) {
+  if (hasNotificationActive() == active) return;
+  notificationActiveFlagIs(active);
+  if (gpioLedSystemConfigDir_) gpioLedSystemConfigDir_->hasNotificationActiveIs(active);
+  if (hwLedConfigDir_) hwLedConfigDir_->hasNotificationActiveIs(active);
+  for (auto member : gpioLedStateMachine_) member.value->hasNotificationActiveIs(active);
+  for (auto member : gpioLedConfig_) member.value->hasNotificationActiveIs(active);
+}
+
+// --- directory reactors ---------------------------------------------------------------------
+
+Zel::Ptr<GpioLedSystemConfigDir const> ConfigReactor::gpioLedSystemConfigDir() const noexcept {
+  return gpioLedSystemConfigDir_ ? gpioLedSystemConfigDir_->notifierPtr() : nullptr;
+}
+
+Zel::Ptr<LedSystemConfigDir const> ConfigReactor::hwLedConfigDir() const noexcept {
+  return hwLedConfigDir_ ? hwLedConfigDir_->notifierPtr() : nullptr;
+}
+
+void ConfigReactor::gpioLedSystemConfigDirIs(
+    Zel::Ptr<GpioLedSystemConfigDir const> const& directory) {
+  if (gpioLedSystemConfigDir_) {
+    gpioLedSystemConfigDir_->notifierIs(directory);
+    return;
+  }
+  if (!directory) return;
+  gpioLedSystemConfigDir_ = Zel::allocate<ZelGpioLedSystemConfigDir>(directory, this);
+  resynchronise();
+}
+
+void ConfigReactor::gpioLedSystemConfigDirDel() {
+  if (!gpioLedSystemConfigDir_) return;
+  gpioLedSystemConfigDir_->ownerIs(nullptr);
+  gpioLedSystemConfigDir_ = nullptr;
+}
+
+void ConfigReactor::hwLedConfigDirIs(Zel::Ptr<LedSystemConfigDir const> const& directory) {
+  if (hwLedConfigDir_) {
+    hwLedConfigDir_->notifierIs(directory);
+    return;
+  }
+  if (directory) hwLedConfigDir_ = Zel::allocate<ZelHwLedConfigDir>(directory, this);
+}
+
+void ConfigReactor::hwLedConfigDirDel() {
+  if (!hwLedConfigDir_) return;
+  hwLedConfigDir_->ownerIs(nullptr);
+  hwLedConfigDir_ = nullptr;
+}
+
+void ConfigReactor::resynchronise() {
+  GpioLedSystemConfigDir const& directory = Zel::validPtr(gpioLedSystemConfigDir_->notifier());
+  for (auto member : directory.gpioLeds()) gpioLedConfigIs(member.value);
+  for (auto member : gpioLedConfig_) {
+    if (!directory.gpioLeds().contains(member.key)) gpioLedConfigDel(member.key);
+  }
+}
+
+ConfigReactor::ZelGpioLedSystemConfigDir::ZelGpioLedSystemConfigDir(
+    Zel::Ptr<GpioLedSystemConfigDir const> const& directory, ConfigReactor* owner)
+    : GpioLedSystemConfigDir::NotifieeConst(directory), owner_(owner) {}
+
+void ConfigReactor::ZelGpioLedSystemConfigDir::onGpioLeds(Zel::Name name) {
+  GpioLedSystemConfigDir const* directory = notifier();
+  if (!directory || !owner_) return;
+  if (Zel::Ptr<GpioLedConfig> mapping = directory->gpioLeds(name)) {
+    owner_->gpioLedConfigIs(mapping);
+  } else {
+    owner_->gpioLedConfigDel(name);
+  }
+}
+
+void ConfigReactor::ZelGpioLedSystemConfigDir::onGpioLedszelImmediate() {
+  if (!notifier() || !owner_) return;
+  owner_->resynchronise();
+}
+
+void ConfigReactor::ZelGpioLedSystemConfigDir::notifierIs(
+    Zel::Ptr<GpioLedSystemConfigDir const> const& directory) {
+  if (directory.ptr() == notifier()) return;
+  GpioLedSystemConfigDir::NotifieeConst::notifierIs(directory);
+  // A null directory removes nothing: the LEDs stay as they are until a directory returns.
+  if (directory && owner_) owner_->resynchronise();
+}
+
+ConfigReactor::ZelHwLedConfigDir::ZelHwLedConfigDir(
+    Zel::Ptr<LedSystemConfigDir const> const& directory, ConfigReactor* owner)
+    : LedSystemConfigDir::NotifieeConst(directory), owner_(owner) {}
+
+void ConfigReactor::ZelHwLedConfigDir::onLeds(Zel::Name name) {
+  if (isMarkedForDeletion() || !owner_) return;
+  owner_->createDriver(name);
+}
+
+// --- per-LED mapping reactors ---------------------------------------------------------------
+
+Zel::Ptr<ConfigReactor::ZelGpioLedConfig> ConfigReactor::gpioLedConfig(
+    Zel::Name const& name) const {
+  auto const* reactor = gpioLedConfig_.find(name);
+  return reactor ? *reactor : nullptr;
+}
+
+Zel::Ptr<ConfigReactor::ZelGpioLedConfig> ConfigReactor::gpioLedConfigIs(
+    Zel::Ptr<GpioLedConfig const> const& mapping) {
+  if (!mapping) {
+    Zel::throwRangeException(
+        "null _gpioLedConfig parameter to mutator for Pinlamp::ConfigReactor::gpioLedConfig "
+        "not allowed\"");
+  }
+  Zel::Ptr<ZelGpioLedConfig> reactor = gpioLedConfig(mapping->name());
+  if (!reactor) {
+    // The constructor builds a ready mapping's output before the reactor joins the collection.
+    reactor = Zel::allocate<ZelGpioLedConfig>(mapping, this);
+    reactor->hasNotificationActiveIs(true);
+    gpioLedConfig_.insert(reactor->fwkKey(), reactor);
+    gpioLedConfigNotify(reactor->fwkKey());
+  } else if (reactor->notifier() == mapping.ptr()) {
+    return reactor;
+  } else {
+    reactor->notifierIs(mapping);
+  }
+  reactor->zelDoZombieReactors(isMarkedForDeletion());
+  return reactor;
+}
+
+Zel::Ptr<GpioLedConfig const> ConfigReactor::gpioLedConfigDel(Zel::Name const& name) {
+  Zel::Ptr<ZelGpioLedConfig> reactor = gpioLedConfig_.take(name);
+  if (!reactor) return nullptr;
+  gpioLedConfigNotify(name);
+  reactor->zelDoZombieReactors(true);
+  reactor->ownerIs(nullptr);
+  Zel::Ptr<GpioLedConfig const> mapping = reactor->notifierPtr();
+  reactor->isRegisteredNotifieeIs(false);
+  return mapping;
+}
+
+void ConfigReactor::gpioLedConfigDelAll() {
+  for (auto member : gpioLedConfig_) gpioLedConfigDel(member.key);
+}
+
+void ConfigReactor::zel_handleGpioLedConfig(ZelGpioLedConfig* reactor) {
+  handleGpioConfigCleanup(reactor->fwkKey());
+}
+
+ConfigReactor::ZelGpioLedConfig::ZelGpioLedConfig(Zel::Ptr<GpioLedConfig const> const& mapping,
+                                                  ConfigReactor* owner)
+    : GpioLedConfig::NotifieeConst(mapping),
+      key_(mapping ? mapping->name() : Zel::Name()),
+      owner_(owner) {
+  if (mapping) createLedConfig();
+}
+
+void ConfigReactor::ZelGpioLedConfig::onReady() {
+  if (isMarkedForDeletion()) return;
+  createLedConfig();
+}
+
+void ConfigReactor::ZelGpioLedConfig::notifierIs(Zel::Ptr<GpioLedConfig const> const& mapping) {
+  if (mapping.ptr() == notifier()) return;
+  GpioLedConfig::NotifieeConst::notifierIs(mapping);
+  if (mapping && !isMarkedForDeletion()) createLedConfig();
+  isRegisteredNotifieeIs(true);
+}
+
+void ConfigReactor::ZelGpioLedConfig::zelDoZombieReactors(bool zombie) noexcept {
+  if (isMarkedForDeletion() == zombie) return;
+  if (notifier()) hasNotificationActiveIs(!zombie);
+  if (owner_) owner_->zel_handleGpioLedConfig(this);
+  markedForDeletionFlagIs(zombie);
+}
+
+void ConfigReactor::ZelGpioLedConfig::createLedConfig() {
+  GpioLedConfig const& mapping = Zel::validPtr(notifier());
+  PINLAMP_TRACE(9, 246, "createLedConfig",
+                "createLedConfig"
+                    << " " << mapping.name());
+  if (!mapping.ready()) return;
+  ConfigReactor& owner = Zel::validPtr(owner_);
+  Zel::Ptr<CorvelGpioLedConfig> output =
+      Zel::validPtr(owner.corvelLedSystemConfig_).gpioLedsIs(mapping.name());
+  Zel::Dir& pins = Zel::validPtr(owner.gpioPinConfigDir_);
+  auto pinFor = [&pins](Zel::Name const& pinName) {
+    pins.entryIs(pinName, kCorvelPinConfigType);
+    return Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(pins.entityRef(pinName));
+  };
+  for (auto member : mapping.gpioYellowName()) {
+    output->gpioYellowIs(pinFor(member.key));
+    PINLAMP_TRACE(6, 263, "createLedConfig", "created yellow pin '" << member.key << "'");
+  }
+  for (auto member : mapping.gpioGreenName()) {
+    output->gpioGreenIs(pinFor(member.key));
+    PINLAMP_TRACE(6, 273, "createLedConfig", "created green pin '" << member.key << "'");
+  }
+  for (auto member : mapping.gpioRedName()) {
+    output->gpioRedIs(pinFor(member.key));
+    PINLAMP_TRACE(6, 283, "createLedConfig", "created red pin '" << member.key << "'");
+  }
+  for (auto member : mapping.gpioOrangeName()) {
+    output->gpioOrangeIs(pinFor(member.key));
+    PINLAMP_TRACE(6, 293, "createLedConfig", "created orange pin '" << member.key << "'");
+  }
+  owner.createDriver(mapping.name());
+}
+
+// --- state machines -------------------------------------------------------------------------
+
+Zel::Ptr<GpioLedStateMachine> ConfigReactor::gpioLedStateMachine(Zel::Name const& name) const {
+  auto const* machine = gpioLedStateMachine_.find(name);
+  return machine ? *machine : nullptr;
+}
+
+Zel::Ptr<GpioLedStateMachine> ConfigReactor::gpioLedStateMachineIs(
+    Zel::Ptr<CorvelGpioLedConfig> const& corvelGpioLedConfig,
+    Zel::Ptr<LedConfig const> const& hwLedConfig) {
+  Zel::Name const key = Zel::validPtr(hwLedConfig).name();
+  if (Zel::Ptr<GpioLedStateMachine> existing = gpioLedStateMachine(key)) {
+    if (existing->corvelGpioLedConfig() != corvelGpioLedConfig) {
+      Zel::throwNameInUseException(reinstantiationText("_corvelGpioLedConfig",
+                                                       corvelGpioLedConfig.ptr(),
+                                                       existing->corvelGpioLedConfig().ptr()));
+    }
+    if (existing->hwLedConfig() != hwLedConfig) {
+      Zel::throwNameInUseException(
+          reinstantiationText("_hwLedConfig", hwLedConfig.ptr(), existing->hwLedConfig().ptr()));
+    }
+    return existing;
+  }
+  Zel::Ptr<GpioLedStateMachine> machine = GpioLedStateMachineIs(corvelGpioLedConfig, hwLedConfig);
+  if (!machine) Zel::throwRangeException("null ValidPtr");
+  gpioLedStateMachine_.insert(key, machine);
+  machine->hasNotificationActiveIs(true);
+  gpioLedStateMachineNotify(key);
+  return machine;
+}
+
+Zel::Ptr<GpioLedStateMachine> ConfigReactor::gpioLedStateMachineDel(Zel::Name const& name) {
+  Zel::Ptr<GpioLedStateMachine> machine = gpioLedStateMachine_.take(name);
+  if (machine) gpioLedStateMachineNotify(name);
+  return machine;
+}
+
+void ConfigReactor::gpioLedStateMachineDelAll() {
+  for (auto member : gpioLedStateMachine_) gpioLedStateMachineDel(member.key);
+}
+
+// --- output configuration -------------------------------------------------------------------
+
+Zel::Ptr<CorvelGpioLedSystemConfigDir> ConfigReactor::corvelLedSystemConfigIs(
+    Zel::Name const& name) {
+  if (corvelLedSystemConfig_) {
+    if (corvelLedSystemConfig_->name() == name) return corvelLedSystemConfig_;
+    corvelLedSystemConfig_->parentIs(nullptr);
+  }
+  corvelLedSystemConfig_ = Zel::allocate<CorvelGpioLedSystemConfigDir>(name);
+  if (!corvelLedSystemConfig_) Zel::throwRangeException("null ValidPtr");
+  return corvelLedSystemConfig_;
+}
+
+Zel::Ptr<CorvelGpioLedSystemConfigDir> ConfigReactor::corvelLedSystemConfigDel() {
+  if (!corvelLedSystemConfig_) return nullptr;
+  Zel::Ptr<CorvelGpioLedSystemConfigDir> removed = std::move(corvelLedSystemConfig_);
+  corvelLedSystemConfig_ = nullptr;
+  removed->parentIs(nullptr);
+  return removed;
+}
+
+void ConfigReactor::handleInitialized() {
+  corvelLedSystemConfigIs("ledSystem");
+}
+
+// --- per-LED decisions ----------------------------------------------------------------------
+
+void ConfigReactor::createDriver(Zel::Name const& name) {
+  PINLAMP_TRACE(9, 225, "createDriver",
+                "createDriver"
+                    << " " << name);
+  Zel::Ptr<CorvelGpioLedConfig> output = Zel::validPtr(corvelLedSystemConfig_).gpioLeds(name);
+  LedSystemConfigDir const* leds = Zel::validPtr(hwLedConfigDir_).notifier();
+  GpioLedSystemConfigDir const* mappings = Zel::validPtr(gpioLedSystemConfigDir_).notifier();
+  Zel::Ptr<LedConfig const> ledConfig = leds ? leds->leds(name) : nullptr;
+  Zel::Ptr<GpioLedConfig const> mapping = mappings ? mappings->gpioLeds(name) : nullptr;
+  if (mapping && mapping->ready() && output && ledConfig) {
+    PINLAMP_TRACE(9, 234, "createDriver", "Creating Gpio Led SM for " << name);
+    gpioLedStateMachineIs(output, ledConfig);
+  } else {
+    PINLAMP_TRACE(9, 238, "createDriver", "Deleting Gpio Led SM for " << name);
+    gpioLedStateMachineDel(name);
+  }
+}
+
+void ConfigReactor::handleGpioConfigCleanup(Zel::Name const& name) {
+  PINLAMP_TRACE(9, 302, "handleGpioConfigCleanup",
+                "handleGpioConfigCleanup"
+                    << " " << name);
+  CorvelGpioLedSystemConfigDir& ledSystem = Zel::validPtr(corvelLedSystemConfig_);
+  // A mapping that never became ready has no output configuration: that is a fault here.
+  Zel::Ptr<CorvelGpioLedConfig> output = ledSystem.gpioLeds(name);
+  CorvelGpioLedConfig& led = Zel::validPtr(output);
+  Zel::Dir& pins = Zel::validPtr(gpioPinConfigDir_);
+  for (auto const* colour :
+       {&led.gpioYellow(), &led.gpioGreen(), &led.gpioRed(), &led.gpioOrange()}) {
+    for (auto member : *colour) pins.entryDel(member.key);
+  }
+  ledSystem.gpioLedsDel(name);
+  createDriver(name);
+}
+
+}  // namespace Pinlamp
