@@ -1,0 +1,287 @@
+#include "statemachine/GpioLedStateMachine.h"
+
+#include <assert.h>
+
+#include <limits>
+
+#include "agent/Trace.h"
+#include "platform/zel/ActivityManager.h"
+#include "platform/zel/Allocate.h"
+#include "platform/zel/Exception.h"
+#include "platform/zel/TypeNode.h"
+
+// These preconditions guard writes to hardware state: they must stop the process in every build,
+// so they do not go through assert(), which release builds compile away.
+#define PINLAMP_REQUIRE(condition, text)                                               \
+  do {                                                                                 \
+    if (!(condition)) __assert_fail((text), "Pinlamp", __LINE__, __PRETTY_FUNCTION__); \
+  } while (0)
+
+namespace Pinlamp {
+
+namespace {
+
+// Any wake-up time beyond the largest finite double means the timer is disarmed.
+constexpr double kLargestFiniteTime = std::numeric_limits<double>::max();
+
+bool isDisarmed(double wakeUpTime) {
+  return wakeUpTime > kLargestFiniteTime;
+}
+
+// Turns a nested reactor into a zombie, cuts it loose from its machine and lets it go. A reactor
+// that is still being delivered to stays alive until the delivery ends, but reacts to nothing.
+template <class Reactor>
+void retire(Zel::Ptr<Reactor>& reactor) {
+  if (!reactor) return;
+  reactor->zelDoZombieReactors(true);
+  reactor->ownerIs(nullptr);
+  reactor = nullptr;
+}
+
+// One colour of one LED: writes `value` to every pin, tracing each pin whose value really changed.
+// `function` names the public writer in the records; `pinLabel` opens each change record.
+void writeColour(Zel::Ptr<CorvelGpioLedConfig> const& led, Hardware::Gpio::PinConfigs const& pins,
+                 U32 value, char const* function, char const* pinLabel) {
+  PINLAMP_TRACE(9, __LINE__, function, function << " " << led->name());
+  for (auto member : pins) {
+    Zel::Ptr<Hardware::Gpio::CorvelPinConfig> const& pin = member.value;
+    if (!pin) continue;
+    U32 const oldValue = pin->value();
+    if (value == oldValue) continue;
+    pin->valueIs(value);
+    PINLAMP_TRACE(
+        6, __LINE__, function,
+        pinLabel << pin->name() << "  OldValue: " << oldValue << " NewValue: " << pin->value());
+  }
+}
+
+}  // namespace
+
+// --- Nested reactors -----------------------------------------------------------------------------
+
+GpioLedStateMachine::ZelHwLedConfig::ZelHwLedConfig(Zel::Ptr<LedConfig const> const& ledConfig,
+                                                    GpioLedStateMachine* owner)
+    : LedConfig::NotifieeConst(ledConfig), owner_(owner) {}
+
+void GpioLedStateMachine::ZelHwLedConfig::onLightSetting() {
+  if (owner_ && isLive()) owner_->handleHwLedConfig();
+}
+
+GpioLedStateMachine::ZelClock::ZelClock(Zel::Ptr<Zel::Clock const> const& clock,
+                                        GpioLedStateMachine* owner)
+    : Zel::Clock::NotifieeConst(clock), owner_(owner) {}
+
+void GpioLedStateMachine::ZelClock::onTime() {
+  if (owner_ && isLive()) owner_->handleClockTimeout();
+}
+
+// --- Life ----------------------------------------------------------------------------------------
+
+GpioLedStateMachine::GpioLedStateMachine(Zel::Ptr<CorvelGpioLedConfig> const& corvelGpioLedConfig,
+                                         Zel::Ptr<LedConfig const> const& hwLedConfig)
+    : corvelGpioLedConfig_(corvelGpioLedConfig) {
+  if (hwLedConfig) hwLedConfig_ = Zel::allocate<ZelHwLedConfig>(hwLedConfig, this);
+  handleInitialized();
+}
+
+GpioLedStateMachine::~GpioLedStateMachine() {
+  // No pin is written here: the LED keeps showing what it showed last, and removing the pin
+  // configuration is its owner's business.
+  retire(clock_);
+  retire(hwLedConfig_);
+}
+
+Zel::Ptr<GpioLedStateMachine> GpioLedStateMachineIs(
+    Zel::Ptr<CorvelGpioLedConfig> const& corvelGpioLedConfig,
+    Zel::Ptr<LedConfig const> const& hwLedConfig) {
+  Zel::Ptr<GpioLedStateMachine> machine =
+      Zel::allocate<GpioLedStateMachine>(corvelGpioLedConfig, hwLedConfig);
+  if (!machine) Zel::throwRangeException("null ValidPtr");
+  return machine;
+}
+
+Zel::TypeNode const& GpioLedStateMachine::type() {
+  static Zel::TypeNode const node("Pinlamp::GpioLedStateMachine");
+  return node;
+}
+
+Zel::TypeNode const* GpioLedStateMachine::fwkType() const {
+  return &type();
+}
+
+void GpioLedStateMachine::hasNotificationActiveIs(bool active) {
+  if (hasNotificationActive() == active) return;
+  PtrInterface::hasNotificationActiveIs(active);
+  if (hwLedConfig_) hwLedConfig_->hasNotificationActiveIs(active);
+  if (clock_) clock_->hasNotificationActiveIs(active);
+}
+
+void GpioLedStateMachine::zelDoZombieReactors(bool zombie) noexcept {
+  if (isMarkedForDeletion() == zombie) return;
+  if (hwLedConfig_) hwLedConfig_->zelDoZombieReactors(zombie);
+  if (clock_) clock_->zelDoZombieReactors(zombie);
+  PtrInterface::zelDoZombieReactors(zombie);
+}
+
+// --- Attributes ----------------------------------------------------------------------------------
+
+Zel::Name GpioLedStateMachine::name() const {
+  LedConfig const* ledConfig = hwLedConfig_ ? hwLedConfig_->notifier() : nullptr;
+  return ledConfig ? ledConfig->name() : Zel::Name();
+}
+
+Zel::Ptr<LedConfig const> GpioLedStateMachine::hwLedConfig() const noexcept {
+  return hwLedConfig_ ? hwLedConfig_->notifierPtr() : nullptr;
+}
+
+void GpioLedStateMachine::hwLedConfigIs(Zel::Ptr<LedConfig const> const& hwLedConfig) {
+  if (hwLedConfig == this->hwLedConfig()) return;
+  if (!hwLedConfig) {
+    retire(hwLedConfig_);
+  } else if (hwLedConfig_) {
+    hwLedConfig_->notifierIs(hwLedConfig);
+  } else {
+    hwLedConfig_ = Zel::allocate<ZelHwLedConfig>(hwLedConfig, this);
+  }
+}
+
+Zel::Ptr<LedConfig const> GpioLedStateMachine::hwLedConfigDel() {
+  Zel::Ptr<LedConfig const> watched = hwLedConfig();
+  retire(hwLedConfig_);
+  return watched;
+}
+
+Zel::Ptr<Zel::Clock const> GpioLedStateMachine::clock() const noexcept {
+  return clock_ ? clock_->notifierPtr() : nullptr;
+}
+
+void GpioLedStateMachine::clockIs(Zel::Ptr<Zel::Clock const> const& clock) {
+  if (clock == this->clock()) return;
+  if (!clock) {
+    retire(clock_);
+  } else if (clock_) {
+    clock_->notifierIs(clock);
+  } else {
+    clock_ = Zel::allocate<ZelClock>(clock, this);
+  }
+}
+
+Zel::Ptr<Zel::Clock const> GpioLedStateMachine::clockDel() {
+  Zel::Ptr<Zel::Clock const> watched = clock();
+  retire(clock_);
+  return watched;
+}
+
+// --- Decisions -----------------------------------------------------------------------------------
+
+void GpioLedStateMachine::handleInitialized() {
+  PINLAMP_TRACE(6, __LINE__, "handleInitialized", "handleInitialized for " << name());
+  if (initialized_) return;
+  flashingStateIs(false);
+  clockIs(Zel::activityManager()->clock());
+  PINLAMP_REQUIRE(clock_, "clock_");
+  clock_->timeMinIs(Zel::Clock::kNever);
+  initialized_ = true;
+  handleHwLedConfig();
+}
+
+void GpioLedStateMachine::handleHwLedConfig() {
+  if (!initialized_) return;
+  PINLAMP_TRACE(7, __LINE__, "handleHwLedConfig", "handleHwLedConfig " << name());
+  // A machine made before its LED configuration has nothing to show yet.
+  LedConfig const* ledConfig = hwLedConfig_ ? hwLedConfig_->notifier() : nullptr;
+  if (!ledConfig) return;
+  Led::LightSetting const setting = ledConfig->lightSetting();
+  handleLedSystemConfig(ledConfig->name(), setting);
+}
+
+// The LED name argument only identifies the caller's view; the records name the output
+// configuration instead.
+void GpioLedStateMachine::handleLedSystemConfig(Zel::Name /*ledSystemConfig*/,
+                                                Led::LightSetting const& setting) {
+  if (!initialized_) return;
+  PINLAMP_TRACE(8, __LINE__, "handleLedSystemConfig",
+                "handleLedSystemConfig "
+                    << (corvelGpioLedConfig_ ? corvelGpioLedConfig_->name() : Zel::Name()) << " "
+                    << setting << "Config: "
+                    << (corvelGpioLedConfig_ ? corvelGpioLedConfig_->ledSystemConfig() : nullptr));
+  if (setting.flashInterval == 0.0) {
+    if (!corvelGpioLedConfig_) return;
+    // Every colour goes dark before the lit ones come on, so no stale colour survives a change.
+    handleCorvelGpioYellow(corvelGpioLedConfig_, 0);
+    handleCorvelGpioGreen(corvelGpioLedConfig_, 0);
+    handleCorvelGpioRed(corvelGpioLedConfig_, 0);
+    handleCorvelGpioOrange(corvelGpioLedConfig_, 0);
+    if (!corvelGpioLedConfig_) return;
+    if (setting.yellow) handleCorvelGpioYellow(corvelGpioLedConfig_, 1);
+    if (setting.green) handleCorvelGpioGreen(corvelGpioLedConfig_, 1);
+    if (setting.red) handleCorvelGpioRed(corvelGpioLedConfig_, 1);
+    if (setting.orange) handleCorvelGpioOrange(corvelGpioLedConfig_, 1);
+    // A timer still running from an earlier flashing setting stops itself at its next tick.
+    return;
+  }
+  PINLAMP_REQUIRE(clock_, "clock_");
+  // A running cadence is kept: the next tick reads the new colours and interval itself.
+  if (isDisarmed(clock_->timeMin())) {
+    clock_->timeMinIs(Zel::System::currentTime() + setting.flashInterval);
+  }
+}
+
+void GpioLedStateMachine::handleClockTimeout() {
+  if (!initialized_) return;
+  PINLAMP_TRACE(8, __LINE__, "handleClockTimeout", "handleClockTimeout for " << name());
+  PINLAMP_REQUIRE(clock_, "clock_");
+  // The phase flips on every tick, the stopping one included, so a later flashing period may
+  // start dark: the phase is never reset after initialisation.
+  flashingStateIs(!flashingState_);
+  // Its owner removes a machine together with its LED configuration; should a tick still come in
+  // between, the LED counts as steady, so the timer stops instead of reading a missing setting.
+  LedConfig const* ledConfig = hwLedConfig_ ? hwLedConfig_->notifier() : nullptr;
+  Led::LightSetting const setting = ledConfig ? ledConfig->lightSetting() : Led::LightSetting();
+  if (setting.flashInterval == 0.0) {
+    // The steady pattern was written when the steady setting arrived.
+    clock_->timeMinIs(Zel::Clock::kNever);
+    return;
+  }
+  PINLAMP_TRACE(8, __LINE__, "handleClockTimeout",
+                "Led " << name() << " is now " << static_cast<int>(flashingState_));
+  handleCorvelGpioYellow(corvelGpioLedConfig_, 0);
+  handleCorvelGpioGreen(corvelGpioLedConfig_, 0);
+  handleCorvelGpioRed(corvelGpioLedConfig_, 0);
+  handleCorvelGpioOrange(corvelGpioLedConfig_, 0);
+  if (flashingState_) {
+    if (setting.yellow) handleCorvelGpioYellow(corvelGpioLedConfig_, 1);
+    if (setting.green) handleCorvelGpioGreen(corvelGpioLedConfig_, 1);
+    if (setting.red) handleCorvelGpioRed(corvelGpioLedConfig_, 1);
+    if (setting.orange) handleCorvelGpioOrange(corvelGpioLedConfig_, 1);
+  }
+  // Paced from when this tick ran, not from when it was due: a late tick shifts the rest.
+  clock_->timeMinIs(Zel::System::currentTime() + setting.flashInterval);
+}
+
+// --- Pin writers ---------------------------------------------------------------------------------
+
+void GpioLedStateMachine::handleCorvelGpioYellow(Zel::Ptr<CorvelGpioLedConfig> const& led,
+                                                 U32 value) {
+  PINLAMP_REQUIRE(led, "led");
+  writeColour(led, led->gpioYellow(), value, "handleCorvelGpioYellow", "Corvel Yellow Pin: ");
+}
+
+void GpioLedStateMachine::handleCorvelGpioGreen(Zel::Ptr<CorvelGpioLedConfig> const& led,
+                                                U32 value) {
+  PINLAMP_REQUIRE(led, "led");
+  writeColour(led, led->gpioGreen(), value, "handleCorvelGpioGreen", "Corvel Green Pin: ");
+}
+
+void GpioLedStateMachine::handleCorvelGpioRed(Zel::Ptr<CorvelGpioLedConfig> const& led, U32 value) {
+  PINLAMP_REQUIRE(led, "led");
+  writeColour(led, led->gpioRed(), value, "handleCorvelGpioRed", "Corvel Red Pin: ");
+}
+
+void GpioLedStateMachine::handleCorvelGpioOrange(Zel::Ptr<CorvelGpioLedConfig> const& led,
+                                                 U32 value) {
+  PINLAMP_REQUIRE(led, "led");
+  writeColour(led, led->gpioOrange(), value, "handleCorvelGpioOrange", "Corvel Orange Pin: ");
+}
+
+}  // namespace Pinlamp
