@@ -52,6 +52,20 @@ std::uint32_t traceLevels(String const& facility) {
   return facilityState(facility).levels;
 }
 
+namespace {
+// Reads a level number (digits only, 0..31) from `text` at `pos`; false when there is none.
+bool readLevel(std::string const& text, std::size_t& pos, int& level) {
+  std::size_t const start = pos;
+  level = 0;
+  while (pos < text.size() && text[pos] >= '0' && text[pos] <= '9') {
+    level = level * 10 + (text[pos] - '0');
+    if (level > 31) return false;
+    ++pos;
+  }
+  return pos > start;
+}
+}  // namespace
+
 bool parseTraceLevels(std::string const& text, std::uint32_t& levels) {
   if (text == "all") {
     levels = ~0u;
@@ -59,24 +73,19 @@ bool parseTraceLevels(std::string const& text, std::uint32_t& levels) {
   }
   std::uint32_t mask = 0;
   std::size_t pos = 0;
-  if (text.empty()) return false;
-  while (pos <= text.size()) {
-    std::size_t comma = text.find(',', pos);
-    std::string part =
-        text.substr(pos, comma == std::string::npos ? std::string::npos : comma - pos);
-    int low = -1, high = -1;
-    char extra;
-    if (std::sscanf(part.c_str(), "%d-%d%c", &low, &high, &extra) == 2) {
-    } else if (std::sscanf(part.c_str(), "%d%c", &low, &extra) == 1) {
-      high = low;
-    } else {
-      return false;
+  for (;;) {
+    int low = 0;
+    int high = 0;
+    if (!readLevel(text, pos, low)) return false;
+    high = low;
+    if (pos < text.size() && text[pos] == '-') {
+      ++pos;
+      if (!readLevel(text, pos, high) || high < low) return false;
     }
-    if (part.find_first_not_of("0123456789-") != std::string::npos) return false;
-    if (low < 0 || high > 31 || low > high) return false;
     for (int l = low; l <= high; ++l) mask |= 1u << l;
-    if (comma == std::string::npos) break;
-    pos = comma + 1;
+    if (pos == text.size()) break;
+    if (text[pos] != ',') return false;
+    ++pos;
   }
   levels = mask;
   return true;

@@ -1,0 +1,181 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <cstdint>
+#include <limits>
+#include <set>
+#include <vector>
+
+#include "platform/zel/ActivityManager.h"
+#include "platform/zel/Allocate.h"
+#include "platform/zel/Clock.h"
+#include "platform/zel/Trace.h"
+
+namespace {
+
+using Zel::Ptr;
+
+struct Firing {
+  int id;
+  double armedFor;
+  double sawTime;
+};
+
+// Logs each expiry with the time it was armed for and the time the loop showed; re-arms itself
+// `period` later when a period is set.
+class Alarm : public Zel::Clock::NotifieeConst {
+ public:
+  Alarm(std::vector<Firing>* log, int id) : log_(log), id_(id) {}
+  void onTime() override {
+    log_->push_back({id_, timeMin(), Zel::System::currentTime()});
+    if (period > 0) timeMinIs(timeMin() + period);
+  }
+  double period = 0;
+
+ private:
+  std::vector<Firing>* log_;
+  int id_;
+};
+
+class ClockTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
+    Zel::traceSinkIs(&sink_);
+  }
+  void TearDown() override { Zel::traceSinkIs(nullptr); }
+
+  Ptr<Alarm> alarmAt(double time, int id) {
+    Ptr<Alarm> alarm = Zel::allocate<Alarm>(&fired_, id);
+    alarm->notifierIs(loop_->clock());
+    alarm->timeMinIs(time);
+    return alarm;
+  }
+  std::vector<int> firedIds() const {
+    std::vector<int> ids;
+    for (Firing const& f : fired_) ids.push_back(f.id);
+    return ids;
+  }
+  std::vector<double> firedTimes() const {
+    std::vector<double> times;
+    for (Firing const& f : fired_) times.push_back(f.sawTime);
+    return times;
+  }
+
+  Zel::ActivityManager* loop_ = nullptr;
+  Zel::CapturingTraceSink sink_;
+  std::vector<Firing> fired_;
+};
+
+TEST_F(ClockTest, ExpiriesRunInTimeOrderEachAtItsOwnTime) {
+  std::vector<Ptr<Alarm>> alarms = {alarmAt(7, 0),   alarmAt(2, 1),  alarmAt(9.5, 2),
+                                    alarmAt(0.5, 3), alarmAt(10, 4), alarmAt(10.5, 5)};
+  loop_->advance(10);
+  EXPECT_EQ(firedIds(), (std::vector<int>{3, 1, 0, 2, 4}));
+  for (Firing const& f : fired_) EXPECT_EQ(f.sawTime, f.armedFor) << "alarm " << f.id;
+  EXPECT_EQ(Zel::System::currentTime(), 10.0);
+  EXPECT_TRUE(alarms[5]->isArmed());
+
+  loop_->advance(1);
+  EXPECT_EQ(firedIds().back(), 5);
+  EXPECT_EQ(fired_.back().sawTime, 10.5);
+  EXPECT_EQ(Zel::System::currentTime(), 11.0);
+}
+
+TEST_F(ClockTest, AlarmsArmedForTheSameTimeFireInArmingOrder) {
+  std::vector<Ptr<Alarm>> alarms;
+  for (int id = 0; id < 6; ++id) alarms.push_back(alarmAt(3, id));
+  loop_->advance(5);
+  EXPECT_EQ(firedIds(), (std::vector<int>{0, 1, 2, 3, 4, 5}));
+}
+
+TEST_F(ClockTest, AnAlarmReArmingItselfFiresAtEachPeriod) {
+  Ptr<Alarm> flasher = alarmAt(1, 0);
+  flasher->period = 1.5;
+  loop_->advance(10);
+  EXPECT_EQ(firedTimes(), (std::vector<double>{1, 2.5, 4, 5.5, 7, 8.5, 10}));
+  EXPECT_EQ(flasher->timeMin(), 11.5);
+  EXPECT_TRUE(flasher->isArmed());
+}
+
+TEST_F(ClockTest, ReArmingReplacesTheEarlierTime) {
+  Ptr<Alarm> later = alarmAt(2, 0);
+  Ptr<Alarm> sooner = alarmAt(8, 1);
+  later->timeMinIs(6);
+  sooner->timeMinIs(1);
+  loop_->advance(10);
+  EXPECT_EQ(firedTimes(), (std::vector<double>{1, 6}));
+  EXPECT_EQ(firedIds(), (std::vector<int>{1, 0}));
+}
+
+TEST_F(ClockTest, InfinityAndNotANumberNeverFire) {
+  Ptr<Alarm> disarmed = alarmAt(3, 0);
+  disarmed->timeMinIs(Zel::Clock::kNever);
+  Ptr<Alarm> nan = alarmAt(std::numeric_limits<double>::quiet_NaN(), 1);
+  Ptr<Alarm> armedThenNan = alarmAt(4, 2);
+  armedThenNan->timeMinIs(std::nan(""));
+  EXPECT_EQ(loop_->clock()->armedCount(), 0u);
+  loop_->advance(1e9);
+  EXPECT_TRUE(fired_.empty());
+}
+
+TEST_F(ClockTest, APastTimeFiresAtOnceWithoutTurningTimeBack) {
+  loop_->advance(5);
+  Ptr<Alarm> late = alarmAt(2, 0);
+  loop_->advance(0);
+  ASSERT_EQ(fired_.size(), 1u);
+  EXPECT_EQ(fired_[0].sawTime, 5.0);
+  EXPECT_EQ(Zel::System::currentTime(), 5.0);
+}
+
+TEST_F(ClockTest, SilencedDetachedAndDroppedAlarmsDoNotFire) {
+  Ptr<Alarm> inactive = alarmAt(1, 0);
+  Ptr<Alarm> zombie = alarmAt(2, 1);
+  Ptr<Alarm> detached = alarmAt(3, 2);
+  Ptr<Alarm> dropped = alarmAt(4, 3);
+  Ptr<Alarm> live = alarmAt(5, 4);
+  inactive->hasNotificationActiveIs(false);
+  zombie->zelDoZombieReactors(true);
+  detached->notifierIs(nullptr);
+  dropped = nullptr;
+  EXPECT_EQ(loop_->clock()->armedCount(), 3u);
+  loop_->advance(10);
+  EXPECT_EQ(firedIds(), (std::vector<int>{4}));
+}
+
+TEST_F(ClockTest, ThousandsOfAlarmsFireInTimeOrder) {
+  constexpr int kCount = 3000;
+  std::uint32_t seed = 12345;
+  auto nextTime = [&seed] {
+    seed = seed * 1664525u + 1013904223u;
+    return static_cast<double>(seed >> 8) / static_cast<double>(1u << 24) * 10.0;
+  };
+  std::vector<Ptr<Alarm>> alarms;
+  for (int id = 0; id < kCount; ++id) alarms.push_back(alarmAt(nextTime(), id));
+  // Shuffle the heap: re-arm a third, disarm some and drop some.
+  std::set<int> silent;
+  for (int id = 0; id < kCount; id += 3) alarms[id]->timeMinIs(nextTime());
+  for (int id = 1; id < kCount; id += 7) {
+    alarms[id]->timeMinIs(Zel::Clock::kNever);
+    silent.insert(id);
+  }
+  for (int id = 2; id < kCount; id += 11) {
+    alarms[id] = nullptr;
+    silent.insert(id);
+  }
+
+  loop_->advance(10);
+
+  EXPECT_EQ(fired_.size(), kCount - silent.size());
+  EXPECT_TRUE(std::is_sorted(fired_.begin(), fired_.end(), [](Firing const& a, Firing const& b) {
+    return a.sawTime < b.sawTime;
+  }));
+  for (Firing const& f : fired_) {
+    EXPECT_EQ(f.sawTime, f.armedFor);
+    EXPECT_EQ(silent.count(f.id), 0u) << "alarm " << f.id;
+  }
+  EXPECT_EQ(loop_->clock()->armedCount(), 0u);
+}
+
+}  // namespace

@@ -1,0 +1,138 @@
+#include <gtest/gtest.h>
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "platform/zel/NameMap.h"
+
+namespace {
+
+using Map = Zel::NameMap<int>;
+
+Zel::Name keyOf(int i) {
+  return Zel::Name("Ethernet" + std::to_string(i));
+}
+
+void fill(Map& map, int count) {
+  for (int i = 0; i < count; ++i) map.insert(keyOf(i), i + 1);
+}
+
+// How often each key was visited by one walk.
+std::map<std::string, int> visits(Map const& map) {
+  std::map<std::string, int> seen;
+  for (auto member : map) ++seen[member.key.stdString()];
+  return seen;
+}
+
+TEST(NameMapTest, InsertFindTakeAndReplace) {
+  Map map;
+  EXPECT_EQ(map.insert("Fan1", 1), 0);
+  EXPECT_EQ(map.insert("Fan1", 2), 1);  // replacing hands back the old value
+  EXPECT_EQ(map.size(), 1u);
+  ASSERT_NE(map.find("Fan1"), nullptr);
+  EXPECT_EQ(*map.find("Fan1"), 2);
+  EXPECT_EQ(map.find("Fan2"), nullptr);
+
+  EXPECT_EQ(map.take("Fan1"), 2);
+  EXPECT_TRUE(map.empty());
+  EXPECT_FALSE(map.contains("Fan1"));
+  EXPECT_EQ(map.take("Fan1"), 0);
+  EXPECT_FALSE(map.erase("Fan1"));
+}
+
+// Sizes on both sides of the point where the map starts keeping a key index.
+class NameMapSizeTest : public testing::TestWithParam<int> {};
+
+TEST_P(NameMapSizeTest, FindsEveryMemberThroughRemovalsAndReinsertion) {
+  int const count = GetParam();
+  Map map;
+  fill(map, count);
+  ASSERT_EQ(map.size(), static_cast<std::size_t>(count));
+
+  for (int i = 0; i < count; i += 3) EXPECT_EQ(map.take(keyOf(i)), i + 1);
+  for (int i = 0; i < count; ++i) {
+    Zel::Name const key = keyOf(i);
+    if (i % 3 == 0) {
+      EXPECT_FALSE(map.contains(key)) << key.stdString();
+    } else {
+      ASSERT_NE(map.find(key), nullptr) << key.stdString();
+      EXPECT_EQ(*map.find(key), i + 1);
+    }
+  }
+
+  for (int i = 0; i < count; i += 3) map.insert(keyOf(i), -i);
+  EXPECT_EQ(map.size(), static_cast<std::size_t>(count));
+  auto const seen = visits(map);
+  EXPECT_EQ(seen.size(), static_cast<std::size_t>(count));
+  for (auto const& [key, times] : seen) EXPECT_EQ(times, 1) << key;
+}
+
+TEST_P(NameMapSizeTest, StaysCorrectUnderLongChurn) {
+  // Many rounds of adding and removing leave removed keys behind in the index.
+  int const count = GetParam();
+  Map map;
+  fill(map, count);
+  for (int round = 1; round <= 30; ++round) {
+    for (int i = 0; i < count; ++i) map.insert(keyOf(round * 100000 + i), i);
+    for (int i = 0; i < count; ++i)
+      ASSERT_EQ(map.take(keyOf((round - 1) * 100000 + i)), round == 1 ? i + 1 : i);
+  }
+  EXPECT_EQ(map.size(), static_cast<std::size_t>(count));
+  for (int i = 0; i < count; ++i) ASSERT_TRUE(map.contains(keyOf(30 * 100000 + i)));
+}
+
+TEST_P(NameMapSizeTest, RemovingTheCurrentMemberDuringAWalk) {
+  Map map;
+  fill(map, GetParam());
+  std::multiset<std::string> walked;
+  for (auto it = map.begin(); it != map.end(); ++it) {
+    walked.insert(it.key().stdString());
+    map.take(it.key());
+  }
+  EXPECT_EQ(walked.size(), static_cast<std::size_t>(GetParam()));
+  EXPECT_EQ(std::set<std::string>(walked.begin(), walked.end()).size(), walked.size());
+  EXPECT_TRUE(map.empty());
+}
+
+TEST_P(NameMapSizeTest, RemovingOtherMembersDuringAWalk) {
+  int const count = GetParam();
+  Map map;
+  fill(map, count);
+  std::set<std::string> removed;
+  std::map<std::string, int> walked;
+  for (auto it = map.begin(); it != map.end(); ++it) {
+    std::string const current = it.key().stdString();
+    ++walked[current];
+    if (walked.size() != 1) continue;
+    for (int i = 0; i < count; i += 2) {  // every other member not yet visited
+      std::string const key = keyOf(i).stdString();
+      if (key != current && map.erase(key)) removed.insert(key);
+    }
+  }
+  EXPECT_FALSE(removed.empty());
+  EXPECT_EQ(walked.size() + removed.size(), static_cast<std::size_t>(count));
+  for (auto const& [key, times] : walked) {
+    EXPECT_EQ(times, 1) << key;
+    EXPECT_EQ(removed.count(key), 0u) << key;
+  }
+}
+
+TEST_P(NameMapSizeTest, ClearingDuringAWalkEndsIt) {
+  Map map;
+  fill(map, GetParam());
+  int walked = 0;
+  for (auto it = map.begin(); it != map.end(); ++it) {
+    if (++walked == 2) map.clear();
+  }
+  EXPECT_EQ(walked, 2);
+  EXPECT_TRUE(map.empty());
+  EXPECT_TRUE(visits(map).empty());
+  map.insert("Status", 9);
+  EXPECT_EQ(map.size(), 1u);
+}
+
+INSTANTIATE_TEST_SUITE_P(Sizes, NameMapSizeTest, testing::Values(3, 8, 9, 40, 5000));
+
+}  // namespace

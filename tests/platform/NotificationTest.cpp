@@ -1,0 +1,140 @@
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "platform/zel/ActivityManager.h"
+#include "platform/zel/AllocTrack.h"
+#include "platform/zel/Allocate.h"
+#include "platform/zel/Dir.h"
+#include "platform/zel/Trace.h"
+
+namespace {
+
+using Zel::Dir;
+using Zel::Ptr;
+using Log = std::vector<std::string>;
+
+// Records each entry notification as "<tag>:<name>" and then runs an optional action.
+class EntryWatcher : public Dir::NotifieeConst {
+ public:
+  EntryWatcher(Ptr<Dir const> const& dir, Log* log, std::string tag)
+      : Dir::NotifieeConst(dir), log_(log), tag_(std::move(tag)) {}
+  void onEntry(Zel::Name name) override {
+    log_->push_back(tag_ + ":" + name.stdString());
+    if (onEntryDo) onEntryDo();
+  }
+  std::function<void()> onEntryDo;
+
+ private:
+  Log* log_;
+  std::string tag_;
+};
+
+class NotificationTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
+    Zel::traceSinkIs(&sink_);
+  }
+  void TearDown() override { Zel::traceSinkIs(nullptr); }
+
+  Ptr<EntryWatcher> watch(std::string tag) {
+    return Zel::allocate<EntryWatcher>(dir_, &log_, std::move(tag));
+  }
+
+  Zel::ActivityManager* loop_ = nullptr;
+  Zel::CapturingTraceSink sink_;
+  Ptr<Dir> dir_ = Dir::dirIs("config");
+  Log log_;
+};
+
+TEST_F(NotificationTest, ReactorsHearOfChangesOnlyFromTheLoop) {
+  Ptr<EntryWatcher> watcher = watch("w");
+  dir_->entryIs("Fan1", "Zel::Dir");
+  dir_->entryDel("Fan1");
+  EXPECT_TRUE(log_.empty());
+
+  EXPECT_EQ(loop_->runPending(), 2u);
+  EXPECT_EQ(log_, (Log{"w:Fan1", "w:Fan1"}));
+  EXPECT_EQ(loop_->runPending(), 0u);
+}
+
+TEST_F(NotificationTest, ExistingNameKeepsItsEntryAndNotifiesNobody) {
+  Ptr<EntryWatcher> watcher = watch("w");
+  Ptr<Zel::Entity> first = dir_->entryIs("Fan1", "Zel::Dir");
+  loop_->runPending();
+  log_.clear();
+
+  EXPECT_EQ(dir_->entryIs("Fan1", "Zel::Dir"), first);
+  EXPECT_EQ(dir_->entryIs(first), first);
+  EXPECT_FALSE(loop_->hasPending());
+  EXPECT_EQ(dir_->entryCount(), 1u);
+  EXPECT_EQ(first->parent(), dir_.ptr());
+
+  Ptr<Zel::Entity> second = Dir::dirIs("Fan1");
+  dir_->entryIs(second);  // a different entity under the same name replaces the first
+  loop_->runPending();
+  EXPECT_EQ(log_, (Log{"w:Fan1"}));
+  EXPECT_EQ(dir_->entityRef("Fan1"), second);
+  EXPECT_EQ(second->parent(), dir_.ptr());
+  EXPECT_EQ(first->parent(), nullptr);
+}
+
+TEST_F(NotificationTest, RemovedReactorsAreSkippedAndAddedOnesWaitForTheNextChange) {
+  auto& tracker = Zel::AllocTrackTypeInfo::of<EntryWatcher>();
+  auto const liveBefore = tracker.live();
+  Ptr<EntryWatcher> first = watch("first");
+  Ptr<EntryWatcher> dropped = watch("dropped");
+  Ptr<EntryWatcher> unregistered = watch("unregistered");
+  Ptr<EntryWatcher> last = watch("last");
+  Ptr<EntryWatcher> added;
+  first->onEntryDo = [&] {
+    dropped = nullptr;
+    unregistered->isRegisteredNotifieeIs(false);
+    added = watch("added");
+  };
+
+  dir_->entryIs("Fan1", "Zel::Dir");
+  loop_->runPending();
+  EXPECT_EQ(log_, (Log{"first:Fan1", "last:Fan1"}));
+  EXPECT_EQ(tracker.live(), liveBefore + 4);
+  EXPECT_EQ(dir_->notifieeCount(), 3u);
+
+  first->onEntryDo = nullptr;
+  unregistered->isRegisteredNotifieeIs(true);
+  log_.clear();
+  dir_->entryIs("Fan2", "Zel::Dir");
+  loop_->runPending();
+  EXPECT_EQ(log_, (Log{"first:Fan2", "last:Fan2", "added:Fan2", "unregistered:Fan2"}));
+}
+
+TEST_F(NotificationTest, AReactorMayDropItsLastOwnerFromItsOwnHandler) {
+  Ptr<EntryWatcher> self = watch("self");
+  Ptr<EntryWatcher> other = watch("other");
+  self->onEntryDo = [&] { self = nullptr; };
+  dir_->entryIs("Fan1", "Zel::Dir");
+  dir_->entryIs("Fan2", "Zel::Dir");
+  loop_->runPending();
+  EXPECT_EQ(log_, (Log{"self:Fan1", "other:Fan1", "other:Fan2"}));
+}
+
+TEST_F(NotificationTest, InactiveAndZombieReactorsAreNotCalled) {
+  Ptr<EntryWatcher> inactive = watch("inactive");
+  Ptr<EntryWatcher> zombie = watch("zombie");
+  Ptr<EntryWatcher> live = watch("live");
+  inactive->hasNotificationActiveIs(false);
+  zombie->zelDoZombieReactors(true);
+  dir_->entryIs("Fan1", "Zel::Dir");
+  loop_->runPending();
+  EXPECT_EQ(log_, (Log{"live:Fan1"}));
+
+  inactive->hasNotificationActiveIs(true);
+  dir_->entryIs("Fan2", "Zel::Dir");
+  loop_->runPending();
+  EXPECT_EQ(log_, (Log{"live:Fan1", "inactive:Fan2", "live:Fan2"}));
+}
+
+}  // namespace
