@@ -1,0 +1,189 @@
+// Changes to an LED that is already driven: its configuration replaced, its mapping's ready flag
+// toggled, its mapping replaced or edited, and misuse of the reactor's mutators.
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "platform/zel/Exception.h"
+#include "tests/support/AgentHarness.h"
+
+namespace PinlampTest {
+namespace {
+
+using Texts = std::vector<std::string>;
+using testing::Contains;
+using testing::Not;
+using testing::StartsWith;
+
+PinNames const kOnePinEach{{"pY"}, {"pG"}, {"pR"}, {"pO"}};
+
+// Led1 with one pin of each colour, steady green.
+class ConfigChangeTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    harness_.publishMapping("Led1", kOnePinEach);
+    harness_.setLed("Led1", setting("g"));
+    harness_.runPending();
+    ASSERT_NE(harness_.machine("Led1"), nullptr);
+    harness_.clearTraces();
+  }
+
+  std::string led1Pins() { return harness_.pinValues({"pY", "pG", "pR", "pO"}); }
+
+  AgentHarness harness_;
+};
+
+TEST_F(ConfigChangeTest, ConfigurationRemovedThenAddedGetsANewMachine) {
+  Zel::Ptr<Pinlamp::GpioLedStateMachine> const first = harness_.machine("Led1");
+
+  harness_.removeLed("Led1");
+  harness_.runPending();
+  EXPECT_EQ(harness_.machine("Led1"), nullptr);
+  EXPECT_EQ(harness_.traces(9), (Texts{"createDriver Led1", "Deleting Gpio Led SM for Led1"}));
+  // The LED stays configured: pins and output wait for a configuration to come back.
+  EXPECT_NE(harness_.output("Led1"), nullptr);
+  EXPECT_EQ(led1Pins(), "0100");
+
+  Zel::Ptr<Hardware::Led::LedConfig> const second = harness_.setLed("Led1", setting("r"));
+  harness_.runPending();
+  ASSERT_NE(harness_.machine("Led1"), nullptr);
+  EXPECT_NE(harness_.machine("Led1"), first.ptr());
+  EXPECT_EQ(harness_.machine("Led1")->hwLedConfig(), second);
+  EXPECT_EQ(led1Pins(), "0010");
+}
+
+TEST_F(ConfigChangeTest, ConfigurationReplacedInOneStepIsRefusedAndTheOldMachineStays) {
+  Zel::Ptr<Pinlamp::GpioLedStateMachine> const machine = harness_.machine("Led1");
+  Zel::Ptr<Hardware::Led::LedConfig const> const old = machine->hwLedConfig();
+
+  Zel::Ptr<Hardware::Led::LedConfig> const replacement = harness_.replaceLed("Led1", setting("r"));
+  try {
+    harness_.runPending();
+    ADD_FAILURE() << "the replacement was accepted";
+  } catch (Zel::NameInUseException const& error) {
+    std::string const expected =
+        "Reinstantiating the pointer interface where constructor parameter attribute "
+        "_hwLedConfig has a different value of " +
+        Zel::valueToStrepOfRawPtr(replacement.ptr()).stdString() + " than the current value of " +
+        Zel::valueToStrepOfRawPtr(old.ptr()).stdString() + " not allowed";
+    EXPECT_EQ(error.what(), expected);
+  }
+  EXPECT_EQ(harness_.machine("Led1"), machine.ptr());
+  EXPECT_EQ(machine->hwLedConfig(), old);
+  EXPECT_EQ(led1Pins(), "0100");
+  // The loop goes on after the failed delivery.
+  harness_.setLed("Led2", setting("g"));
+  EXPECT_NO_THROW(harness_.runPending());
+}
+
+TEST_F(ConfigChangeTest, ReadyGoingFalseChangesNothingAndBackToTrueRebuildsInPlace) {
+  Zel::Ptr<Pinlamp::GpioLedStateMachine> const machine = harness_.machine("Led1");
+  Zel::Ptr<Hardware::Gpio::CorvelGpioLedConfig> const output = harness_.output("Led1");
+  Zel::Ptr<Hardware::Gpio::CorvelPinConfig> const green = harness_.pin("pG");
+
+  harness_.mappingReadyIs("Led1", false);
+  harness_.runPending();
+  EXPECT_EQ(harness_.traces(), Texts{"createLedConfig Led1"});
+  EXPECT_EQ(harness_.machine("Led1"), machine.ptr());
+  EXPECT_EQ(harness_.output("Led1"), output);
+  EXPECT_EQ(led1Pins(), "0100");
+
+  harness_.clearTraces();
+  harness_.mappingReadyIs("Led1", true);
+  harness_.runPending();
+  EXPECT_EQ(harness_.traces(6), (Texts{"created yellow pin 'pY'", "created green pin 'pG'",
+                                       "created red pin 'pR'", "created orange pin 'pO'"}));
+  EXPECT_EQ(harness_.traces(9),
+            (Texts{"createLedConfig Led1", "createDriver Led1", "Creating Gpio Led SM for Led1"}));
+  EXPECT_EQ(harness_.machine("Led1"), machine.ptr());
+  EXPECT_EQ(harness_.output("Led1"), output);
+  EXPECT_EQ(harness_.pin("pG"), green);
+  EXPECT_EQ(led1Pins(), "0100");
+}
+
+// Going unready keeps what exists, but an LED whose mapping is not ready gets no new machine.
+TEST_F(ConfigChangeTest, AnUnreadyMappingBlocksANewMachine) {
+  harness_.mappingReadyIs("Led1", false);
+  harness_.runPending();
+  harness_.removeLed("Led1");
+  harness_.runPending();
+  harness_.setLed("Led1", setting("r"));
+  harness_.runPending();
+  EXPECT_EQ(harness_.machine("Led1"), nullptr);
+  EXPECT_EQ(led1Pins(), "0100");
+
+  harness_.mappingReadyIs("Led1", true);
+  harness_.runPending();
+  EXPECT_NE(harness_.machine("Led1"), nullptr);
+  EXPECT_EQ(led1Pins(), "0010");
+}
+
+TEST_F(ConfigChangeTest, AReplacedMappingObjectKeepsItsReactorAndRemovesNothing) {
+  Zel::Ptr<Pinlamp::ConfigReactor::ZelGpioLedConfig> const reactor =
+      harness_.reactor()->gpioLedConfig("Led1");
+  Zel::Ptr<Hardware::Gpio::GpioLedConfig> const old = harness_.mappingOf("Led1");
+  Zel::Ptr<Pinlamp::GpioLedStateMachine> const machine = harness_.machine("Led1");
+
+  Zel::Ptr<Hardware::Gpio::GpioLedConfig> const replacement =
+      harness_.publishMapping("Led1", {.green = {"pG", "pG2"}});
+  harness_.runPending();
+
+  EXPECT_EQ(harness_.reactor()->gpioLedConfig("Led1"), reactor);
+  EXPECT_EQ(reactor->notifier(), replacement.ptr());
+  EXPECT_THAT(harness_.traces(9), Not(Contains(StartsWith("handleGpioConfigCleanup"))));
+  EXPECT_THAT(harness_.traces(6), Contains("created green pin 'pG2'"));
+  // Pins of the old mapping stay until the mapping is removed.
+  EXPECT_EQ(harness_.pinValues({"pY", "pG", "pR", "pO", "pG2"}), "01000");
+  EXPECT_EQ(harness_.machine("Led1"), machine.ptr());
+
+  // The old object is no longer heard.
+  harness_.clearTraces();
+  old->readyIs(false);
+  harness_.runPending();
+  EXPECT_EQ(harness_.traces(), Texts{});
+}
+
+TEST_F(ConfigChangeTest, APinLeavingItsSetKeepsItsEntityUntilTheMappingGoes) {
+  harness_.mappingOf("Led1")->gpioGreenNameDel("pG");
+  harness_.runPending();
+  EXPECT_EQ(harness_.traces(), Texts{});
+  EXPECT_TRUE(harness_.hasPin("pG"));
+  EXPECT_NE(harness_.output("Led1")->gpioGreen().find("pG"), nullptr);
+
+  // A new setting still drives it: the machine writes the output configuration, not the set.
+  harness_.setLed("Led1", setting("y"));
+  harness_.runPending();
+  EXPECT_EQ(led1Pins(), "1000");
+
+  harness_.removeMapping("Led1");
+  harness_.runPending();
+  EXPECT_FALSE(harness_.hasPin("pG"));
+  EXPECT_EQ(harness_.pinDir()->entryCount(), 0u);
+}
+
+TEST_F(ConfigChangeTest, ANullMappingIsRefusedWithTheMutatorsText) {
+  Pinlamp::ConfigReactor& reactor = *harness_.reactor();
+  try {
+    reactor.gpioLedConfigIs(nullptr);
+    ADD_FAILURE() << "a null mapping was accepted";
+  } catch (Zel::RangeException const& error) {
+    EXPECT_STREQ(error.what(),
+                 "null _gpioLedConfig parameter to mutator for "
+                 "Pinlamp::ConfigReactor::gpioLedConfig not allowed\"");
+  }
+  EXPECT_EQ(reactor.gpioLedConfig().size(), 1u);
+  EXPECT_EQ(harness_.traces(), Texts{});
+}
+
+TEST_F(ConfigChangeTest, UnknownNamesAreNotErrorsForTheRemovers) {
+  Pinlamp::ConfigReactor& reactor = *harness_.reactor();
+  EXPECT_EQ(reactor.gpioLedConfigDel("nope"), nullptr);
+  EXPECT_EQ(reactor.gpioLedStateMachineDel("nope"), nullptr);
+  EXPECT_EQ(reactor.gpioLedConfig().size(), 1u);
+  EXPECT_EQ(reactor.gpioLedStateMachine().size(), 1u);
+}
+
+}  // namespace
+}  // namespace PinlampTest
