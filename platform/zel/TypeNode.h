@@ -30,14 +30,15 @@ class TypeNode {
   Factory factory() const noexcept { return factory_; }
   TypeNode const* base() const noexcept { return base_; }
   GenericIf::AttributeTable const* attributes() const noexcept { return attributes_; }
-  void attributesIs(GenericIf::AttributeTable const* table) noexcept { attributes_ = table; }
+  // Set once at library load, on descriptors that are otherwise constant.
+  void attributesIs(GenericIf::AttributeTable const* table) const noexcept { attributes_ = table; }
   bool isA(TypeNode const& other) const noexcept;
 
  private:
   String name_;
   Factory factory_;
   TypeNode const* base_;
-  GenericIf::AttributeTable const* attributes_ = nullptr;
+  mutable GenericIf::AttributeTable const* attributes_ = nullptr;
 };
 
 // Registers a descriptor under its name; a later registration of the same name replaces the
