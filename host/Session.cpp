@@ -10,6 +10,9 @@ namespace Host {
 
 namespace {
 
+// The session that made the process's current loop.
+Session const* latestSession = nullptr;
+
 template <class T>
 Zel::Ptr<T> publishedDirectory(Statedb::Database& database, char const* path,
                                char const* typeName) {
@@ -34,6 +37,7 @@ Session::Session(Zel::ActivityManager::TimeSource timeSource, RaisedHandler onRa
     : onRaised_(std::move(onRaised)),
       loop_(Zel::activityManagerIs(timeSource)),
       startTime_(loop_->currentTime()) {
+  latestSession = this;
   loop_->exceptionHandlerIs([this](std::exception_ptr error) { report(std::move(error)); });
   database_ = Statedb::Database::databaseIs();
   // The host plays the agents that publish the inputs, so the input directories exist before
@@ -60,9 +64,12 @@ std::vector<Zel::Ptr<Warden::CAgent>>& parkedAgents() {
 
 Session::~Session() {
   if (agent_) parkedAgents().push_back(std::move(agent_));
-  guarded([this] { loop_->runPending(); });
+  // A later session replaces the process's loop; this one's loop is then gone with it.
+  bool const loopIsOurs = latestSession == this;
+  if (loopIsOurs) latestSession = nullptr;
+  if (loopIsOurs) guarded([this] { loop_->runPending(); });
   entityManager_ = nullptr;
-  loop_->exceptionHandlerIs(nullptr);
+  if (loopIsOurs) loop_->exceptionHandlerIs(nullptr);
 }
 
 void Session::startAgent(AgentFactory const& factory, std::string const& name) {
