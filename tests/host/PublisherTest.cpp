@@ -38,66 +38,44 @@ class PublisherTest : public testing::Test {
       Zel::allocate<Hardware::Led::LedSystemConfigDir>("config");
 };
 
-TEST_F(PublisherTest, SetMappingBuildsThenChangesTheSameEntityInPlace) {
-  publishMapping(*mappings_, command<MappingCommand>("set mapping L yellow=y1 green=g1,g2"));
+// `set` changes only what the command names, an empty list clearing a colour; `replace` builds
+// a new entity from the command alone.
+TEST_F(PublisherTest, SetMappingKeepsWhatItDoesNotNameAndReplaceStartsAfresh) {
+  publishMapping(*mappings_, command<MappingCommand>("set mapping L yellow=y1 green=g1 ready=yes"));
   Zel::Ptr<GpioLedConfig> const first = mappings_->gpioLeds("L");
   ASSERT_TRUE(first);
-  EXPECT_FALSE(first->ready());
-  EXPECT_EQ(pinsOf(first->gpioGreenName()), (std::vector<std::string>{"g1", "g2"}));
-  EXPECT_TRUE(first->gpioRedName().empty());
-
-  publishMapping(*mappings_, command<MappingCommand>("set mapping L green=g2,g3 red= ready=yes"));
+  publishMapping(*mappings_, command<MappingCommand>("set mapping L yellow= green=g2,g3"));
   EXPECT_EQ(mappings_->gpioLeds("L"), first);
-  EXPECT_EQ(pinsOf(first->gpioYellowName()), std::vector<std::string>{"y1"});  // not named: kept
+  EXPECT_TRUE(first->gpioYellowName().empty());
   EXPECT_EQ(pinsOf(first->gpioGreenName()), (std::vector<std::string>{"g2", "g3"}));
   EXPECT_TRUE(first->ready());
 
-  publishMapping(*mappings_, command<MappingCommand>("set mapping L yellow="));
-  EXPECT_TRUE(first->gpioYellowName().empty());
-  EXPECT_TRUE(first->ready());  // not named: kept
-}
-
-TEST_F(PublisherTest, ReplaceMappingPutsANewEntityBuiltFromTheCommandAlone) {
-  publishMapping(*mappings_, command<MappingCommand>("set mapping L yellow=y1 ready=yes"));
-  Zel::Ptr<GpioLedConfig> const first = mappings_->gpioLeds("L");
   publishMapping(*mappings_, command<MappingCommand>("replace mapping L red=r1"));
   Zel::Ptr<GpioLedConfig> const second = mappings_->gpioLeds("L");
   ASSERT_TRUE(second);
   EXPECT_NE(second, first);
-  EXPECT_TRUE(second->gpioYellowName().empty());
+  EXPECT_TRUE(second->gpioGreenName().empty());
   EXPECT_EQ(pinsOf(second->gpioRedName()), std::vector<std::string>{"r1"});
   EXPECT_FALSE(second->ready());
+  EXPECT_TRUE(withdrawMapping(*mappings_, "L"));
+  EXPECT_FALSE(withdrawMapping(*mappings_, "L"));
 }
 
-TEST_F(PublisherTest, SetLedWritesTheSettingAndKeepsWhatTheCommandDoesNotSay) {
-  publishLed(*leds_, command<LedCommand>("set led L green red flash=0.5"));
+// The priority cannot be given in a script; a change of colours must not reset it.
+TEST_F(PublisherTest, SetLedKeepsThePriorityItCannotName) {
+  publishLed(*leds_, command<LedCommand>("set led L green flash=0.5"));
   Zel::Ptr<Hardware::Led::LedConfig> const first = leds_->leds("L");
   ASSERT_TRUE(first);
   Led::LightSetting setting = first->lightSetting();
-  EXPECT_TRUE(setting.green && setting.red && !setting.yellow && !setting.orange);
-  EXPECT_EQ(setting.flashInterval, 0.5);
-
   setting.priority = 7;
   first->lightSettingIs(setting);
-  publishLed(*leds_, command<LedCommand>("set led L yellow"));
+  publishLed(*leds_, command<LedCommand>("set led L yellow red"));
   EXPECT_EQ(leds_->leds("L"), first);
-  EXPECT_TRUE(first->lightSetting().yellow);
+  EXPECT_TRUE(first->lightSetting().yellow && first->lightSetting().red);
   EXPECT_FALSE(first->lightSetting().green);
-  EXPECT_EQ(first->lightSetting().flashInterval, 0.0);
   EXPECT_EQ(first->lightSetting().priority, 7u);
-
-  publishLed(*leds_, command<LedCommand>("replace led L off"));
-  EXPECT_NE(leds_->leds("L"), first);
-  EXPECT_TRUE(leds_->leds("L")->lightSetting().isDark());
-}
-
-TEST_F(PublisherTest, WithdrawingSaysWhetherThereWasAnythingToRemove) {
-  publishLed(*leds_, command<LedCommand>("set led L green"));
-  publishMapping(*mappings_, command<MappingCommand>("set mapping L"));
   EXPECT_TRUE(withdrawLed(*leds_, "L"));
   EXPECT_FALSE(withdrawLed(*leds_, "L"));
-  EXPECT_TRUE(withdrawMapping(*mappings_, "L"));
-  EXPECT_FALSE(withdrawMapping(*mappings_, "L"));
 }
 
 }  // namespace
