@@ -1,9 +1,8 @@
 #include "agent/Agent.h"
 
-#include <assert.h>
-
 #include "agent/AgentFactory.h"
 #include "agent/Trace.h"
+#include "platform/zel/Assert.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
 
@@ -61,9 +60,10 @@ void Agent::doMountsComplete(Statedb::MountStatus status,
   PINLAMP_TRACE(3, 359, "doMountsComplete", "doMountsComplete");
   // There is no degraded mode: without its mounts the agent has nothing to drive.
   if (!(status == Statedb::mountSuccess_)) {
-    __assert_fail("status == Statedb::mountSuccess_", "Pinlamp", 360,
-                  "virtual void Pinlamp::Agent::doMountsComplete(Statedb::MountStatus, const "
-                  "Ptr&)");
+    Zel::assertionFailed(
+        "status == Statedb::mountSuccess_", "Pinlamp", 360,
+        "virtual void Pinlamp::Agent::doMountsComplete(Statedb::MountStatus, const "
+        "Ptr&)");
   }
   gpioLedSystemConfigDir_ = Zel::ptrCast<GpioLedSystemConfigDir const>(
       entityManager->getEntity("hardware/gpio/config/led"));

@@ -9,7 +9,6 @@
 namespace Pinlamp {
 
 namespace {
-char const kCorvelPinConfigType[] = "Hardware::Gpio::CorvelPinConfig";
 
 Zel::String reinstantiationText(char const* attribute, void const* newValue,
                                 void const* currentValue) {
@@ -260,8 +259,9 @@ void ConfigReactor::ZelGpioLedConfig::createLedConfig() {
   Zel::Ptr<CorvelGpioLedConfig> output =
       Zel::validPtr(owner.corvelLedSystemConfig_).gpioLedsIs(mapping.name());
   Zel::Dir& pins = Zel::validPtr(owner.gpioPinConfigDir_);
+  static Zel::String const pinType("Hardware::Gpio::CorvelPinConfig");
   auto pinFor = [&pins](Zel::Name const& pinName) {
-    pins.entryIs(pinName, kCorvelPinConfigType);
+    pins.entryIs(pinName, pinType);
     return Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(pins.entityRef(pinName));
   };
   for (auto member : mapping.gpioYellowName()) {

@@ -1,20 +1,19 @@
 #include "statemachine/GpioLedStateMachine.h"
 
-#include <assert.h>
-
 #include <limits>
 
 #include "agent/Trace.h"
 #include "platform/zel/ActivityManager.h"
 #include "platform/zel/Allocate.h"
+#include "platform/zel/Assert.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
 
 // These preconditions guard writes to hardware state: they must stop the process in every build,
 // so they do not go through assert(), which release builds compile away.
-#define PINLAMP_REQUIRE(condition, text)                                               \
-  do {                                                                                 \
-    if (!(condition)) __assert_fail((text), "Pinlamp", __LINE__, __PRETTY_FUNCTION__); \
+#define PINLAMP_REQUIRE(condition, text)                                                        \
+  do {                                                                                          \
+    if (!(condition)) ::Zel::assertionFailed((text), "Pinlamp", __LINE__, __PRETTY_FUNCTION__); \
   } while (0)
 
 namespace Pinlamp {
@@ -43,8 +42,9 @@ void retire(Zel::Ptr<Reactor>& reactor) {
 void writeColour(Zel::Ptr<CorvelGpioLedConfig> const& led, Hardware::Gpio::PinConfigs const& pins,
                  U32 value, char const* function, char const* pinLabel) {
   PINLAMP_TRACE(9, __LINE__, function, function << " " << led->name());
-  for (auto member : pins) {
-    Zel::Ptr<Hardware::Gpio::CorvelPinConfig> const& pin = member.value;
+  // Walked by position, not by copying each member: a tick runs this for every pin it writes.
+  for (auto it = pins.begin(); it != pins.end(); ++it) {
+    Hardware::Gpio::CorvelPinConfig* pin = it.value().ptr();
     if (!pin) continue;
     U32 const oldValue = pin->value();
     if (value == oldValue) continue;

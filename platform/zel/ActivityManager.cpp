@@ -4,6 +4,7 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cmath>
 #include <cstring>
@@ -106,6 +107,7 @@ bool ActivityManager::runOneExpiry(double now) {
   if (source_ == TimeSource::virtualTime && due->timeMin() > virtualNow_) {
     virtualNow_ = due->timeMin();  // a time already past fires at the current time instead
   }
+  double const firedAt = source_ == TimeSource::virtualTime ? virtualNow_ : now;
   if (due->isLive()) {
     try {
       due->onTime();
@@ -113,11 +115,27 @@ bool ActivityManager::runOneExpiry(double now) {
       report(std::current_exception());
     }
   }
+  // A reactor that re-arms itself for a time not after the one it just ran at (a negative or
+  // vanishing interval) would run again at once, forever, without time moving. It waits for the
+  // next pass of the loop instead: the next advance, or the next turn of the live loop.
+  if (due->isArmed() && due->timeMin() <= firedAt) {
+    postponed_.push_back({due, due->timeMin()});
+    due->timeMinIs(Clock::kNever);
+  }
   runPending();
   return true;
 }
 
+void ActivityManager::restorePostponed() {
+  std::vector<Postponed> postponed;
+  postponed.swap(postponed_);
+  for (Postponed& p : postponed) {
+    if (p.reactor->timeMin() == Clock::kNever) p.reactor->timeMinIs(p.time);
+  }
+}
+
 void ActivityManager::advance(double seconds) {
+  restorePostponed();
   runPending();
   double const target = virtualNow_ + seconds;
   while (runOneExpiry(target)) {
@@ -137,9 +155,16 @@ void ActivityManager::run() {
 void ActivityManager::runLive(double until) {
   stopRequested_ = false;
   for (;;) {
+    restorePostponed();
     runPending();
     double const now = currentTime();
-    while (!stopRequested_ && runOneExpiry(now)) {
+    if (!stopRequested_ && runOneExpiry(now)) {
+      lastExpiryRun_ = now;
+      // Expiries that fall due while this run goes on join it rather than wait a whole span,
+      // but the run takes in nothing due later than a span after it began.
+      double const horizon = now + wakeGranularity_;
+      while (!stopRequested_ && runOneExpiry(std::min(currentTime(), horizon))) {
+      }
     }
     if (stopRequested_ || now >= until) break;
     waitForWork(until);
@@ -154,8 +179,9 @@ void ActivityManager::waitForWork(double until) {
     if (epollFd_ < 0 || timerFd_ < 0) {
       throw std::system_error(errno, std::generic_category(), "activity loop set-up");
     }
+    // Edge-triggered: re-arming the timer clears its expiry count, so it is never read.
     epoll_event ev{};
-    ev.events = EPOLLIN;
+    ev.events = EPOLLIN | EPOLLET;
     ev.data.fd = timerFd_;
     ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, timerFd_, &ev);
     for (auto const& [fd, handler] : fdHandlers_) {
@@ -166,27 +192,23 @@ void ActivityManager::waitForWork(double until) {
     }
   }
   if (hasPending()) return;
-  double wake = std::min(clock_->nextExpiry(), until);
-  if (wakeGranularity_ > 0 && wake != Clock::kNever) {
-    wake = std::ceil(wake / wakeGranularity_) * wakeGranularity_;
-  }
+  // Spaced from the previous run rather than on a fixed grid: a reactor that re-arms from the
+  // time it ran would land just after a grid point and wait almost a whole span every time.
+  double const nextAllowed = lastExpiryRun_ + wakeGranularity_;
+  double const wake = std::min(std::max(clock_->nextExpiry(), nextAllowed), until);
   // An absolute timerfd has no timer slack, unlike a relative epoll timeout.
-  itimerspec spec{};
+  itimerspec timer{};
   if (wake != Clock::kNever) {
-    spec.it_value = toTimespec(wake);
-    if (spec.it_value.tv_sec == 0 && spec.it_value.tv_nsec == 0) spec.it_value.tv_nsec = 1;
+    timer.it_value = toTimespec(wake);
+    if (timer.it_value.tv_sec == 0 && timer.it_value.tv_nsec == 0) timer.it_value.tv_nsec = 1;
   }
-  ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &spec, nullptr);
+  ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &timer, nullptr);
   epoll_event events[16];
   int n = ::epoll_wait(epollFd_, events, 16, -1);
   ++wakes_;
   for (int i = 0; i < n; ++i) {
     int fd = events[i].data.fd;
-    if (fd == timerFd_) {
-      std::uint64_t expirations;
-      [[maybe_unused]] auto r = ::read(timerFd_, &expirations, sizeof expirations);
-      continue;
-    }
+    if (fd == timerFd_) continue;
     auto it = fdHandlers_.find(fd);
     if (it == fdHandlers_.end()) continue;
     auto handler = it->second;  // the handler may remove its own watch

@@ -11,6 +11,7 @@
 #include <functional>
 #include <memory>
 #include <unordered_map>
+#include <vector>
 
 #include "platform/zel/Clock.h"
 #include "platform/zel/Entity.h"
@@ -58,8 +59,11 @@ class ActivityManager {
   // Live: calls `onReadable` from the loop whenever `fd` can be read; null removes the watch.
   void fdReadableIs(int fd, std::function<void()> onReadable);
 
-  // Expiries that are due within this span of each other are run in one wake of the live loop.
-  // 0 (the default) wakes exactly at each expiry.
+  // The live loop runs expiries at most once per this span (default 1 ms): an expiry that falls
+  // due sooner after the previous run of expiries waits for the span to end, and then runs in
+  // the same wake as every other expiry due by then; one due after a quiet span runs at its own
+  // time. Waking costs far more than an expiry, so this bounds the wakes per second however many
+  // timers there are. 0 wakes for every expiry.
   void wakeGranularityIs(double seconds) noexcept { wakeGranularity_ = seconds; }
   std::uint64_t wakeCount() const noexcept { return wakes_; }
 
@@ -77,8 +81,15 @@ class ActivityManager {
     std::function<void()> task;
   };
 
+  // A reactor held back from the pass in which it re-armed itself into the past.
+  struct Postponed {
+    Ptr<Clock::NotifieeConst> reactor;
+    double time;
+  };
+
   void runOne(Pending& item);
   bool runOneExpiry(double now);
+  void restorePostponed();
   void report(std::exception_ptr error);
   void runLive(double until);
   void waitForWork(double until);
@@ -87,9 +98,11 @@ class ActivityManager {
   double virtualNow_;
   Ptr<Clock> clock_;
   std::deque<Pending> pending_;
+  std::vector<Postponed> postponed_;
   bool runningPending_ = false;
   bool stopRequested_ = false;
-  double wakeGranularity_ = 0.0;
+  double wakeGranularity_ = 0.001;
+  double lastExpiryRun_ = -Clock::kNever;  // loop time of the latest live run of expiries
   std::uint64_t wakes_ = 0;
   ExceptionHandler exceptionHandler_;
   int epollFd_ = -1;

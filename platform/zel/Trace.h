@@ -131,14 +131,17 @@ class EnsureTraceHelperIsDestroyed {
 }  // namespace Zel
 
 // Emits one record of `handle` at `level` with the streamed `text`, formatting nothing when the
-// level is off. `text` is a stream expression: ZEL_TRACE(h, 6, "f", 12, "pin " << name).
-#define ZEL_TRACE(handle, level, source, line, function, text)                          \
-  do {                                                                                  \
-    ::Zel::TraceHelperStorage zelTraceStorage_;                                         \
-    if (::Zel::TraceHelper* zelTrace_ =                                                 \
-            ::Zel::TraceHelper::createIfEnabled((handle), (level), zelTraceStorage_)) { \
-      ::Zel::EnsureTraceHelperIsDestroyed zelTraceGuard_(zelTrace_);                    \
-      zelTrace_->stream() << text;                                                      \
-      zelTrace_->trace((source), (line), (function));                                   \
-    }                                                                                   \
+// level is off (checked inline, before anything else is touched). `text` is a stream
+// expression: ZEL_TRACE(h, 6, "f", 12, "pin " << name).
+#define ZEL_TRACE(handle, level, source, line, function, text)                                 \
+  do {                                                                                         \
+    ::Zel::TraceHandle const& zelTraceHandle_ = (handle);                                      \
+    if (!zelTraceHandle_.isEnabled(level)) break;                                              \
+    ::Zel::TraceHelperStorage zelTraceStorage_;                                                \
+    if (::Zel::TraceHelper* zelTrace_ =                                                        \
+            ::Zel::TraceHelper::createIfEnabled(zelTraceHandle_, (level), zelTraceStorage_)) { \
+      ::Zel::EnsureTraceHelperIsDestroyed zelTraceGuard_(zelTrace_);                           \
+      zelTrace_->stream() << text;                                                             \
+      zelTrace_->trace((source), (line), (function));                                          \
+    }                                                                                          \
   } while (0)
