@@ -1,0 +1,309 @@
+#!/usr/bin/python3
+"""Turns the benchmark results of one scripts/bench run into one table.
+
+Reads the Google Benchmark JSON files and the peer's JSON lines from a results
+directory and prints every figure with its target and a verdict.
+
+Usage: report.py RESULTS_DIR
+"""
+
+import json
+import os
+import sys
+
+KIB = 1024.0
+
+
+class Results:
+    """The benchmark entries of a results directory, by file and name prefix."""
+
+    def __init__(self, directory):
+        self.directory = directory
+
+    def path(self, name):
+        return os.path.join(self.directory, name)
+
+    def benchmark(self, file_name, prefix):
+        try:
+            with open(self.path(file_name)) as source:
+                data = json.load(source)
+        except (OSError, ValueError):
+            return None
+        for entry in data.get("benchmarks", []):
+            if entry.get("name", "").startswith(prefix):
+                return entry
+        return None
+
+    def peer(self, file_name):
+        try:
+            with open(self.path(file_name)) as source:
+                return json.loads(source.read().strip().splitlines()[-1])
+        except (OSError, ValueError, IndexError):
+            return None
+
+    def text(self, file_name):
+        try:
+            with open(self.path(file_name)) as source:
+                return source.read().strip()
+        except OSError:
+            return ""
+
+
+class Table:
+    def __init__(self):
+        self.rows = []
+        self.missed = 0
+
+    def add(self, figure, n, measured, target="", verdict=None):
+        """verdict: True met, False missed, None for a figure without a target."""
+        if verdict is False:
+            self.missed += 1
+        shown = "" if verdict is None else ("met" if verdict else "MISSED")
+        self.rows.append((figure, n, measured, target, shown))
+
+    def unavailable(self, figure, n, target=""):
+        self.missed += 1
+        self.rows.append((figure, n, "no result", target, "MISSED"))
+
+    def print(self, out):
+        header = ("Figure", "N", "Measured", "Target", "Verdict")
+        widths = [max(len(str(row[i])) for row in self.rows + [header]) for i in range(5)]
+        line = "  ".join("-" * w for w in widths)
+
+        def format_row(row):
+            figure, n, measured, target, verdict = (str(cell) for cell in row)
+            return "  ".join([figure.ljust(widths[0]), n.rjust(widths[1]),
+                              measured.ljust(widths[2]), target.ljust(widths[3]),
+                              verdict]).rstrip()
+
+        print(format_row(header), file=out)
+        print(line, file=out)
+        for row in self.rows:
+            print(format_row(row), file=out)
+
+
+def count(n):
+    return "{:,}".format(int(n))
+
+
+def micros(seconds_in_us):
+    """A duration given in microseconds, shown in a readable unit."""
+    if seconds_in_us >= 1000.0:
+        return "{:.2f} ms".format(seconds_in_us / 1000.0)
+    return "{:.2f} µs".format(seconds_in_us) if seconds_in_us < 10 else "{:.0f} µs".format(
+        seconds_in_us)
+
+
+def megabytes(size):
+    return "{:.1f} MiB".format(size / KIB / KIB)
+
+
+def ratio(a, b):
+    return a / b if b > 0 else float("inf")
+
+
+SIZES = (1000, 10000, 100000)
+
+
+def build_rows(table, results):
+    scaling_rows(table, results, "StartUp", "1 Start-up")
+    scaling_rows(table, results, "Populate", "2 Populate after start")
+    reaction_rows(table, results)
+    flashing_rows(table, results)
+    live_rows(table, results)
+    memory_rows(table, results)
+    peer_rows(table, results)
+
+
+def scaling_rows(table, results, name, label):
+    per_led = {}
+    for n in SIZES:
+        entry = results.benchmark("startup.json", "{}/leds:{}/".format(name, n))
+        if entry is None:
+            table.unavailable(label + ", time per LED", count(n))
+            continue
+        per_led[n] = entry
+        target, verdict = "", None
+        if n == SIZES[-1]:
+            target, verdict = "< 1 s in all", entry["total_ms"] < 1000.0
+        table.add(label + ", time per LED", count(n),
+                  "{} per LED (CPU {}), {:.0f} ms in all".format(
+                      micros(entry["us_per_led"]), micros(entry["cpu_us_per_led"]),
+                      entry["total_ms"]),
+                  target, verdict)
+    if all(n in per_led for n in SIZES):
+        small, middle, large = (per_led[n] for n in SIZES)
+
+        def growth(key, a, b):
+            return b[key] / a[key]
+
+        table.add(label + ", growth of CPU time per LED", "10x N",
+                  "x{:.2f} from 10,000 to 100,000, x{:.2f} from 1,000 to 10,000 "
+                  "(wall x{:.2f}, x{:.2f})".format(
+                      growth("cpu_us_per_led", middle, large),
+                      growth("cpu_us_per_led", small, middle),
+                      growth("us_per_led", middle, large), growth("us_per_led", small, middle)),
+                  "linear: <= x2 per 10x N",
+                  max(growth("cpu_us_per_led", middle, large),
+                      growth("cpu_us_per_led", small, middle)) <= 2.0)
+
+
+def reaction_rows(table, results):
+    entry = results.benchmark("reaction.json", "Reaction/leds:100000/")
+    if entry is None:
+        table.unavailable("3 Reaction, median", count(100000), "< 5 µs")
+        table.unavailable("3 Reaction, p99", count(100000), "< 50 µs")
+        return
+    table.add("3 Reaction, median", count(100000), micros(entry["median_us"]), "< 5 µs",
+              entry["median_us"] < 5.0)
+    table.add("3 Reaction, p99", count(100000), micros(entry["p99_us"]), "< 50 µs",
+              entry["p99_us"] < 50.0)
+
+
+def flashing_rows(table, results):
+    for n in SIZES:
+        entry = results.benchmark("flashing.json", "FlashingLoad/leds:{}/".format(n))
+        label = "4 Flashing load, CPU per flashing LED per s"
+        if entry is None:
+            table.unavailable(label, count(n), "< 2 µs")
+            continue
+        table.add(label, count(n), micros(entry["cpu_us_per_led_s"]), "< 2 µs",
+                  entry["cpu_us_per_led_s"] < 2.0)
+
+
+def live_rows(table, results):
+    baseline = results.benchmark("timer-baseline.json", "TimerBaseline/")
+    label = "5 Machine's limit: bare timer wake lateness, p50 / p99 / max"
+    if baseline is None:
+        table.unavailable(label, "1 kHz")
+    else:
+        table.add(label, "1 kHz", "{} / {} / {}".format(
+            micros(baseline["late_p50_us"]), micros(baseline["late_p99_us"]),
+            micros(baseline["late_max_us"])))
+    for file_name, how in (("live-10000-staggered.json", "staggered start"),
+                           ("live-10000-at-once.json", "all at once")):
+        label = "5 Live ticks, " + how
+        entry = results.benchmark(file_name, "LiveTicks/leds:10000/")
+        if entry is None:
+            table.unavailable(label + ", lateness p99", count(10000), "< 1 ms")
+            table.unavailable(label + ", CPU share", count(10000), "< 5 %")
+            continue
+        table.add(label + ", lateness p50 / p99 / max", count(10000),
+                  "{} / {} / {} ({} ticks)".format(
+                      micros(entry["late_p50_us"]), micros(entry["late_p99_us"]),
+                      micros(entry["late_max_us"]), count(entry["ticks"])),
+                  "p99 < 1 ms", entry["late_p99_us"] < 1000.0)
+        table.add(label + ", CPU share", count(10000),
+                  "{:.2f} % of one core, {:.0f} wakes/s ({:.2f} % with the observers)".format(
+                      entry["cpu_share_pct"], entry["wakes_per_s"],
+                      entry["observed_cpu_share_pct"]),
+                  "< 5 %", entry["cpu_share_pct"] < 5.0)
+
+
+def memory_rows(table, results):
+    entry = results.benchmark("memory.json", "Memory/leds:100000/")
+    if entry is None:
+        table.unavailable("6 Memory, resident bytes per LED", count(100000), "< 2 KiB")
+        return
+    agent = entry["agent_rss_bytes_per_led"]
+    inputs = entry["input_rss_bytes_per_led"]
+    table.add("6 Memory, resident bytes per LED (agent, 4 pins included)", count(100000),
+              "{:,.0f} B".format(agent), "< 2 KiB", agent < 2 * KIB)
+    table.add("6 Memory, resident bytes per LED of the inputs", count(100000),
+              "{:,.0f} B (mapping and configuration)".format(inputs))
+    table.add("6 Memory, live allocations per LED (agent)", count(100000),
+              "{:.2f} objects".format(entry["agent_objects_per_led"]))
+
+
+PEER_SIZES = (100, 1000)
+
+
+def peer_rows(table, results):
+    for n in PEER_SIZES:
+        ours = results.benchmark("live-{}-at-once.json".format(n), "LiveTicks/leds:{}/".format(n))
+        led = results.peer("peer-led-{}.json".format(n))
+        board = results.peer("peer-board-{}.json".format(n))
+        parties = (("ours", ours), ("gpiozero LED.blink per LED", led),
+                   ("gpiozero LEDBoard.blink", board))
+        for name, entry in parties:
+            label = "7 Peer, " + name
+            if entry is None:
+                table.unavailable(label, count(n))
+                continue
+            started = ""
+            if "start_spread_s" in entry:
+                started = ", LEDs started over {:.0f} ms".format(entry["start_spread_s"] * 1e3)
+            table.add(label, count(n),
+                      "CPU {:.3f} %, peak {}, lateness p99 {}{}".format(
+                          entry["cpu_share_pct"], megabytes(entry["peak_rss_bytes"]),
+                          micros(entry["late_p99_us"]), started))
+        if ours is None or led is None or board is None:
+            continue
+        table.add("7 Peer, CPU: LED.blink / ours", count(n),
+                  "x{:.1f}".format(ratio(led["cpu_share_pct"], ours["cpu_share_pct"])),
+                  ">= x20", ratio(led["cpu_share_pct"], ours["cpu_share_pct"]) >= 20.0)
+        table.add("7 Peer, CPU: LEDBoard / ours", count(n),
+                  "x{:.1f}".format(ratio(board["cpu_share_pct"], ours["cpu_share_pct"])),
+                  ">= x1", ours["cpu_share_pct"] <= board["cpu_share_pct"])
+        table.add("7 Peer, p99 lateness: LED.blink / ours", count(n),
+                  "x{:.1f}".format(ratio(led["late_p99_us"], ours["late_p99_us"])),
+                  ">= x10", ratio(led["late_p99_us"], ours["late_p99_us"]) >= 10.0)
+        table.add("7 Peer, p99 lateness: LEDBoard / ours", count(n),
+                  "x{:.1f}".format(ratio(board["late_p99_us"], ours["late_p99_us"])),
+                  ">= x10", ratio(board["late_p99_us"], ours["late_p99_us"]) >= 10.0)
+        table.add("7 Peer, peak memory: LED.blink / LEDBoard / ours", count(n),
+                  "x{:.1f} / x{:.1f}".format(
+                      ratio(led["peak_rss_bytes"], ours["peak_rss_bytes"]),
+                      ratio(board["peak_rss_bytes"], ours["peak_rss_bytes"])))
+
+
+NOTES = """\
+Notes
+- Start-up: N ready mappings (one pin per colour) and N configurations (half steady, half
+  flashing at 0.5 s) are in the database first; timed from the mounts completing until the
+  agent has built every LED. Populate: the same LEDs published one by one after the agent runs,
+  each mapping and each configuration delivered before the next is published, publishing
+  included. Both in virtual time; medians of several runs. Linearity is judged on CPU time,
+  which other processes on the machine do not stretch; the wall time is shown beside it.
+- Reaction: one steady LED's setting flips between green and red, on LEDs spread over all
+  100,000, timed from publishing the setting until its pins are written; 50,000 changes.
+- Flashing load: every LED flashing at 0.5 s, 60 s of virtual time; process CPU time.
+- Live ticks: monotonic clock, 20 s. "Staggered": the flashing settings arrive evenly over the
+  first 0.5 s, as when LEDs are switched one after another; "all at once": in one burst.
+  Lateness = when a tick ran minus its wake-up time. It is taken from outside the agent: an
+  observer on each LED's yellow pin gets every tick's pin change through the notification path
+  and reads the machine's new wake-up time, set to (time the tick ran) + interval; the wake-up
+  time seen at the previous change is when the tick was due. Each LED's first tick has no
+  earlier wake-up time to compare with and is not counted. CPU share = process CPU time / wall
+  time over a second 20 s with the LEDs still flashing and the observers removed. The
+  machine's limit is how late a bare thread wakes from an absolute timerfd once a millisecond,
+  measured just before: no tick can do better.
+- Peer: gpiozero on mock pins (numbers beyond the 54 of MockFactory), 10 s at T = 0.5 s, against
+  ours at the same N with every LED switched at once (10 s observed for the lateness, then 10 s
+  for the CPU share). A toggle's lateness is measured the same way for both: each toggle is due
+  T after the same pin's previous toggle. Peak memory is the whole process's (ru_maxrss).
+"""
+
+
+def main():
+    if len(sys.argv) != 2:
+        print(__doc__, file=sys.stderr)
+        return 2
+    results = Results(sys.argv[1])
+    table = Table()
+    build_rows(table, results)
+    context = results.text("context.txt")
+    if context:
+        print(context)
+        print()
+    table.print(sys.stdout)
+    print()
+    print(NOTES, end="")
+    print()
+    print("{} of {} rows with a target missed.".format(
+        table.missed, sum(1 for row in table.rows if row[4])))
+    return 0
+
+
+if __name__ == "__main__":
+    sys.exit(main())
