@@ -69,6 +69,11 @@ bool Executor::execute(ScriptLine const& line, bool announcePasses) {
   return !std::holds_alternative<QuitCommand>(line.command);
 }
 
+void Executor::endAgent() {
+  inspector_.reset();
+  session_.agentDel();
+}
+
 void Executor::finish() {
   closeWindow();
 }

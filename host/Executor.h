@@ -42,6 +42,8 @@ class Executor {
   bool execute(ScriptLine const& line, bool announcePasses = false);
   // Ends the last command's window.
   void finish();
+  // Destroys the agent now (the inspector's reference goes first); see Session::agentDel.
+  void endAgent();
 
   std::size_t failureCount() const noexcept { return failures_; }
   Session& session() noexcept { return session_; }

@@ -72,6 +72,11 @@ Session::~Session() {
   if (loopIsOurs) loop_->exceptionHandlerIs(nullptr);
 }
 
+void Session::agentDel() {
+  guarded([this] { agent_ = nullptr; });
+  settle();
+}
+
 void Session::startAgent(AgentFactory const& factory, std::string const& name) {
   agent_ = factory(name);
   Zel::Ptr<Warden::CAgent> agent = agent_;

@@ -53,6 +53,9 @@ class Session {
   Hardware::Led::LedSystemConfigDir& leds() const noexcept { return *leds_; }
   Zel::Dir& pins() const noexcept { return *pins_; }
   Zel::Ptr<Warden::CAgent> const& agent() const noexcept { return agent_; }
+  // Destroys the agent now, rather than parking it at the end of the session; for callers that
+  // know its destructor can run (every published mapping has been ready).
+  void agentDel();
 
  private:
   void report(std::exception_ptr error);
