@@ -119,10 +119,10 @@ void timerBaseline(benchmark::State& state) {
     double const cpu = cpuSeconds();
     double const start = wallSeconds();
     for (double due = start + kPeriod; due < start + seconds; due += kPeriod) {
-      itimerspec spec{};
-      spec.it_value.tv_sec = static_cast<time_t>(due);
-      spec.it_value.tv_nsec = static_cast<long>((due - std::floor(due)) * 1e9);
-      ::timerfd_settime(timer, TFD_TIMER_ABSTIME, &spec, nullptr);
+      itimerspec setting{};
+      setting.it_value.tv_sec = static_cast<time_t>(due);
+      setting.it_value.tv_nsec = static_cast<long>((due - std::floor(due)) * 1e9);
+      ::timerfd_settime(timer, TFD_TIMER_ABSTIME, &setting, nullptr);
       std::uint64_t expirations = 0;
       if (::read(timer, &expirations, sizeof expirations) < 0) break;
       lateness.push_back(wallSeconds() - due);

@@ -1,24 +1,27 @@
 #include "tests/reliability/LedWorld.h"
 
+#include <cmath>
 #include <exception>
+#include <set>
+#include <sstream>
+#include <utility>
 
 #include "agent/AgentFactory.h"
+#include "platform/model/CorvelGpioLedSystemConfigDir.h"
 #include "platform/zel/Exception.h"
 
 namespace PinlampReliability {
 
 namespace {
 
+using Hardware::Gpio::CorvelPinConfig;
 using Hardware::Gpio::GpioLedSystemConfigDir;
+using Hardware::Gpio::PinConfigs;
 using Hardware::Led::LedSystemConfigDir;
 
 // The database entities behind the agent's mounts. Made before the agent, so that the mounts find
 // them and the agent's own allocations can be told apart from the database's.
-struct MountedEntity {
-  char const* path;
-  char const* typeName;
-};
-constexpr MountedEntity kMountedEntities[] = {
+constexpr std::pair<char const*, char const*> kMountedEntities[] = {
     {"hardware/gpio/config/led", "Hardware::Gpio::GpioLedSystemConfigDir"},
     {"hardware/led/config", "Hardware::Led::LedSystemConfigDir"},
     {"hardware/led/configInit", "Hardware::Led::LedSystemConfigDir"},
@@ -38,30 +41,41 @@ std::vector<std::string> numbered(char const* prefix, std::size_t count) {
   return names;
 }
 
-void listPin(GpioLedConfig& mapping, int colour, Zel::Name const& pin) {
-  switch (colour) {
-    case 0:
-      return mapping.gpioYellowNameIs(pin);
-    case 1:
-      return mapping.gpioGreenNameIs(pin);
-    case 2:
-      return mapping.gpioRedNameIs(pin);
-    default:
-      return mapping.gpioOrangeNameIs(pin);
+LiveCounts liveCounts() {
+  LiveCounts counts;
+  for (Zel::AllocTrackTypeInfo const* info : Zel::AllocTrackTypeInfo::all()) {
+    counts[info] = info->live();
   }
+  return counts;
 }
 
-void unlistPin(GpioLedConfig& mapping, int colour, Zel::Name const& pin) {
-  switch (colour) {
-    case 0:
-      return mapping.gpioYellowNameDel(pin);
-    case 1:
-      return mapping.gpioGreenNameDel(pin);
-    case 2:
-      return mapping.gpioRedNameDel(pin);
-    default:
-      return mapping.gpioOrangeNameDel(pin);
+// The types whose live count differs from `before`, leaving out the `ignored` ones. A type first
+// allocated since started from zero.
+std::string liveCountChanges(LiveCounts const& before,
+                             std::set<Zel::AllocTrackTypeInfo const*> const& ignored = {}) {
+  std::string changes;
+  for (Zel::AllocTrackTypeInfo const* info : Zel::AllocTrackTypeInfo::all()) {
+    auto const found = before.find(info);
+    std::int64_t const was = found == before.end() ? 0 : found->second;
+    if (!ignored.count(info) && info->live() != was) {
+      changes += std::string(info->typeName()) + ": " + std::to_string(was) + " alive before, " +
+                 std::to_string(info->live()) + " after; ";
+    }
   }
+  return changes;
+}
+
+// "" when the agent has the part exactly when the model does.
+std::string presenceMismatch(char const* part, bool real, bool expected) {
+  if (real == expected) return "";
+  return std::string(part) + (real ? " present" : " absent") + ", model says the opposite; ";
+}
+
+constexpr char const* kCounted[] = {"mapping reactors", "output entries", "state machines"};
+
+// Wake-up times agree when equal, or when neither is a number.
+bool sameTime(double a, double b) {
+  return a == b || (std::isnan(a) && std::isnan(b));
 }
 
 }  // namespace
@@ -70,13 +84,11 @@ LedWorld::LedWorld(std::size_t ledCount, std::size_t pinCount)
     : ledNames_(numbered("led", ledCount)),
       pinPool_(numbered("gpio", pinCount)),
       loop_(Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime)),
-      birth_(AllocationLedger::now()),
+      birth_(liveCounts()),
       database_(Statedb::Database::databaseIs()),
       entityManager_(Statedb::EntityManager::entityManagerIs(database_)),
       model_(ledNames_) {
-  for (MountedEntity const& mounted : kMountedEntities) {
-    database_->entityIs(mounted.path, mounted.typeName);
-  }
+  for (auto const& [path, typeName] : kMountedEntities) database_->entityIs(path, typeName);
   mappings_ = Zel::ptrCast<GpioLedSystemConfigDir>(database_->entity("hardware/gpio/config/led"));
   configs_ = Zel::ptrCast<LedSystemConfigDir>(database_->entity("hardware/led/config"));
   pins_ = Zel::ptrCast<Zel::Dir>(database_->entity("hardware/corvel/gpio/config"));
@@ -96,8 +108,6 @@ LedWorld::~LedWorld() {
   }
 }
 
-// --- inputs ---------------------------------------------------------------------------------
-
 void LedWorld::retire(Zel::Ptr<GpioLedConfig> const& mapping) {
   if (!mapping) return;
   retired_.push_back(mapping);
@@ -107,7 +117,7 @@ void LedWorld::retire(Zel::Ptr<GpioLedConfig> const& mapping) {
 void LedWorld::mappingPublished(std::string const& name, bool ready, PinChoice const& pins) {
   Zel::Ptr<GpioLedConfig> mapping = GpioLedConfig::gpioLedConfigIs(name);
   for (int colour = 0; colour < kColourCount; ++colour) {
-    for (std::string const& pin : pins[colour]) listPin(*mapping, colour, pin);
+    for (std::string const& pin : pins[colour]) ((*mapping).*kColours[colour].list)(pin, true);
   }
   if (ready) {
     mapping->readyIs(true);
@@ -155,9 +165,9 @@ void LedWorld::pinListed(std::string const& name, int colour, std::string const&
   Zel::Ptr<GpioLedConfig> const& mapping = model_.led(name).mapping;
   if (!mapping) return;
   if (listed) {
-    listPin(*mapping, colour, pin);
+    ((*mapping).*kColours[colour].list)(pin, true);
   } else {
-    unlistPin(*mapping, colour, pin);
+    ((*mapping).*kColours[colour].unlist)(pin);
   }
 }
 
@@ -193,8 +203,6 @@ void LedWorld::settingIs(std::string const& name, Led::LightSetting const& setti
   model_.eventIs({ModelEvent::lightSetting, name, config});
 }
 
-// --- delivery and time ----------------------------------------------------------------------
-
 std::string LedWorld::settle() {
   lastOutcome_ = model_.deliverAll();
   if (lastOutcome_ == Outcome::processEnds) {
@@ -224,10 +232,8 @@ std::string LedWorld::advance(double seconds, std::vector<std::string>& ticked) 
   return "";
 }
 
-// --- agent life -----------------------------------------------------------------------------
-
 std::string LedWorld::agentStopped() {
-  if (model_.agentStopped() == Outcome::processEnds) {
+  if (model_.mappingsEmptied() == Outcome::processEnds) {
     return "stopping the agent would end the process (" + model_.failure() + ")";
   }
   agent_ = nullptr;
@@ -240,13 +246,13 @@ std::string LedWorld::agentStopped() {
   // The inputs are the test's own; everything else was made by the agent and must be gone.
   std::set<Zel::AllocTrackTypeInfo const*> const inputs = {
       &Zel::AllocTrackTypeInfo::of<GpioLedConfig>(), &Zel::AllocTrackTypeInfo::of<LedConfig>()};
-  std::string const leaked = beforeAgent_.differencesSince(inputs);
+  std::string const leaked = liveCountChanges(beforeAgent_, inputs);
   if (!leaked.empty()) mismatch += "after the agent was destroyed: " + leaked;
   return mismatch;
 }
 
 std::string LedWorld::agentStarted() {
-  beforeAgent_ = AllocationLedger::now();
+  beforeAgent_ = liveCounts();
   agent_ = Pinlamp::agentFactory("pinlamp");
   agent_->entityManagerIs(entityManager_);
   agent_->doInit();
@@ -274,9 +280,129 @@ std::string LedWorld::released() {
   entityManager_ = nullptr;
   database_ = nullptr;
   loop_->runPending();
-  std::string const leaked = birth_.differencesSince();
+  std::string const leaked = liveCountChanges(birth_);
   if (!leaked.empty()) mismatch += "after everything was released: " + leaked;
   return mismatch;
+}
+
+// The comparisons of the agent with the model.
+namespace {
+
+// Same pins per colour; each the directory's entity exactly when the model says so; every pin,
+// in the directory or not, at the value that the model's writes left.
+std::string outputMismatch(CorvelGpioLedConfig const& output, ModelOutput const& expected,
+                           LedWorldModel const& model, Zel::Dir const& directory) {
+  std::ostringstream out;
+  for (int colour = 0; colour < kColourCount; ++colour) {
+    PinConfigs const& pins = (output.*kColours[colour].output)();
+    char const* const name = kColours[colour].name;
+    if (pins.size() != expected[colour].size()) {
+      out << name << " has " << pins.size() << " pins, model " << expected[colour].size() << "; ";
+    }
+    for (auto const& [pin, generation] : expected[colour]) {
+      Zel::Ptr<CorvelPinConfig> const* real = pins.find(pin);
+      if (!real || !*real) {
+        out << name << " pin " << pin << " missing; ";
+        continue;
+      }
+      auto const listed = model.directoryPins().find(pin);
+      bool const expectCurrent =
+          listed != model.directoryPins().end() && listed->second == generation;
+      if (bool const current = directory.entityRef(pin).ptr() == real->ptr();
+          current != expectCurrent) {
+        out << name << " pin " << pin << (current ? " is" : " is not")
+            << " the directory's entity, model says the opposite; ";
+      }
+      if ((*real)->value() != model.pinValue(generation)) {
+        out << name << " pin " << pin << " = " << (*real)->value() << ", model "
+            << model.pinValue(generation) << "; ";
+      }
+    }
+  }
+  return out.str();
+}
+
+std::string machineMismatch(Pinlamp::GpioLedStateMachine const& machine,
+                            Zel::Ptr<CorvelGpioLedConfig> const& output,
+                            ModelMachine const& expected) {
+  std::ostringstream out;
+  if (machine.hwLedConfig() != expected.config) out << "machine watches another configuration; ";
+  if (machine.corvelGpioLedConfig() != output) out << "machine drives another output entry; ";
+  if (machine.flashingState() != expected.flashingState) {
+    out << "flashing phase " << machine.flashingState() << ", model " << expected.flashingState
+        << "; ";
+  }
+  Pinlamp::GpioLedStateMachine::ZelClock const* timer = machine.clockReactor();
+  if (!timer) return out.str() + "machine has no clock; ";
+  if (!sameTime(timer->timeMin(), expected.wakeUp) || timer->isArmed() != expected.armed) {
+    out.precision(17);
+    out << "wake-up " << timer->timeMin() << (timer->isArmed() ? " armed" : " not armed")
+        << ", model " << expected.wakeUp << (expected.armed ? " armed" : " not armed") << "; ";
+  }
+  return out.str();
+}
+
+}  // namespace
+
+std::string LedWorld::ledMismatch(std::string const& name) const {
+  if (!agent_ || !agent_->configReactor()) return "";
+  Pinlamp::ConfigReactor const& reactor = *agent_->configReactor();
+  ModelLed const& led = model_.led(name);
+  Zel::Name const key(name);
+  std::ostringstream out;
+
+  auto const perLed = reactor.gpioLedConfig(key);
+  out << presenceMismatch("mapping reactor", bool(perLed), bool(led.watched));
+  if (perLed && led.watched && perLed->notifier() != led.watched.ptr()) {
+    out << "mapping reactor watches another mapping object; ";
+  }
+  Zel::Ptr<CorvelGpioLedConfig> const output = reactor.corvelLedSystemConfig()->gpioLeds(key);
+  out << presenceMismatch("output entry", bool(output), led.output.has_value());
+  if (output && led.output) out << outputMismatch(*output, *led.output, model_, *pins_);
+  auto const machine = reactor.gpioLedStateMachine(key);
+  out << presenceMismatch("state machine", bool(machine), led.machine.has_value());
+  if (machine && led.machine) out << machineMismatch(*machine, output, *led.machine);
+  std::string const text = out.str();
+  return text.empty() ? text : name + ": " + text;
+}
+
+std::string LedWorld::fullMismatch() const {
+  std::ostringstream out;
+  for (std::string const& name : ledNames_) {
+    std::string const led = ledMismatch(name);
+    if (!led.empty()) out << led << "\n";
+  }
+  // Exactly the pins of current or earlier, not yet removed, mappings, each at the model's value.
+  if (pins_->entryCount() != model_.directoryPins().size()) {
+    out << "pin directory holds " << pins_->entryCount() << " pins, model "
+        << model_.directoryPins().size() << "; ";
+  }
+  for (auto const& [pin, generation] : model_.directoryPins()) {
+    auto const entity = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(pin));
+    if (!entity) {
+      out << "pin " << pin << " missing from the directory; ";
+    } else if (entity->value() != model_.pinValue(generation)) {
+      out << "pin " << pin << " = " << entity->value() << ", model " << model_.pinValue(generation)
+          << "; ";
+    }
+  }
+  if (agent_ && agent_->configReactor()) {
+    Pinlamp::ConfigReactor const& reactor = *agent_->configReactor();
+    std::array<std::size_t, 3> const real = {reactor.gpioLedConfig().size(),
+                                             reactor.corvelLedSystemConfig()->gpioLeds().size(),
+                                             reactor.gpioLedStateMachine().size()};
+    std::array<std::size_t, 3> const expected = model_.counts();
+    for (std::size_t i = 0; i < real.size(); ++i) {
+      if (real[i] != expected[i]) {
+        out << "count of " << kCounted[i] << " " << real[i] << ", model " << expected[i] << "; ";
+      }
+    }
+  }
+  if (loop_->currentTime() != model_.now()) {
+    out.precision(17);
+    out << "time " << loop_->currentTime() << ", model " << model_.now() << "; ";
+  }
+  return out.str();
 }
 
 }  // namespace PinlampReliability

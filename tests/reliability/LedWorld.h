@@ -5,7 +5,9 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <deque>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -13,10 +15,13 @@
 #include "platform/statedb/Database.h"
 #include "platform/statedb/EntityManager.h"
 #include "platform/zel/ActivityManager.h"
-#include "tests/reliability/AllocationLedger.h"
+#include "platform/zel/AllocTrack.h"
 #include "tests/reliability/LedWorldModel.h"
 
 namespace PinlampReliability {
+
+// How many objects of every tracked type are alive, to prove that a teardown leaves nothing.
+using LiveCounts = std::map<Zel::AllocTrackTypeInfo const*, std::int64_t>;
 
 class LedWorld {
  public:
@@ -77,24 +82,18 @@ class LedWorld {
 
  private:
   void retire(Zel::Ptr<GpioLedConfig> const& mapping);
-  std::string outputMismatch(Hardware::Gpio::CorvelGpioLedConfig const& output,
-                             ModelOutput const& expected) const;
-  std::string machineMismatch(Pinlamp::GpioLedStateMachine const& machine,
-                              Zel::Ptr<Hardware::Gpio::CorvelGpioLedConfig> const& output,
-                              ModelMachine const& expected) const;
-  std::string pinDirectoryMismatch() const;
 
   std::vector<std::string> ledNames_;
   std::vector<std::string> pinPool_;
   Zel::ActivityManager* loop_;
-  AllocationLedger birth_;
+  LiveCounts birth_;
   Zel::Ptr<Statedb::Database> database_;
   Zel::Ptr<Statedb::EntityManager> entityManager_;
   Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir> mappings_;
   Zel::Ptr<Hardware::Led::LedSystemConfigDir> configs_;
   Zel::Ptr<Zel::Dir> pins_;
   Zel::Ptr<Pinlamp::Agent> agent_;
-  AllocationLedger beforeAgent_;
+  LiveCounts beforeAgent_;
   std::deque<Zel::Ptr<GpioLedConfig>> retired_;
   LedWorldModel model_;
   Outcome lastOutcome_ = Outcome::delivered;

@@ -1,73 +1,65 @@
 #include "tests/reliability/LedWorldModel.h"
 
+#include <algorithm>
 #include <cmath>
-#include <ostream>
 #include <set>
 
 namespace PinlampReliability {
 
-std::array<char const*, kColourCount> const kColourNames = {"yellow", "green", "red", "orange"};
-
-std::vector<std::string> listedPins(GpioLedConfig const& mapping, int colour) {
-  Hardware::Gpio::PinNameSet const* sets[kColourCount] = {
-      &mapping.gpioYellowName(), &mapping.gpioGreenName(), &mapping.gpioRedName(),
-      &mapping.gpioOrangeName()};
-  std::vector<std::string> names;
-  for (auto member : *sets[colour]) names.push_back(member.key.stdString());
-  return names;
-}
-
-bool isLit(Led::LightSetting const& setting, int colour) {
-  bool const flags[kColourCount] = {setting.yellow, setting.green, setting.red, setting.orange};
-  return flags[colour];
-}
-
-char const* toString(Outcome outcome) {
-  switch (outcome) {
-    case Outcome::delivered:
-      return "delivered";
-    case Outcome::nameInUse:
-      return "name-in-use error";
-    case Outcome::processEnds:
-      return "process ends";
-  }
-  return "?";
-}
-
-std::ostream& operator<<(std::ostream& out, Outcome outcome) {
-  return out << toString(outcome);
-}
+using G = GpioLedConfig;
+using C = CorvelGpioLedConfig;
+std::array<Colour, kColourCount> const kColours = {{
+    {"yellow", &Led::LightSetting::yellow, &G::gpioYellowName, &G::gpioYellowNameIs,
+     &G::gpioYellowNameDel, &C::gpioYellow},
+    {"green", &Led::LightSetting::green, &G::gpioGreenName, &G::gpioGreenNameIs,
+     &G::gpioGreenNameDel, &C::gpioGreen},
+    {"red", &Led::LightSetting::red, &G::gpioRedName, &G::gpioRedNameIs, &G::gpioRedNameDel,
+     &C::gpioRed},
+    {"orange", &Led::LightSetting::orange, &G::gpioOrangeName, &G::gpioOrangeNameIs,
+     &G::gpioOrangeNameDel, &C::gpioOrange},
+}};
 
 LedWorldModel::LedWorldModel(std::vector<std::string> const& ledNames) {
   for (std::string const& name : ledNames) leds_[name];
 }
 
-// --- delivery -------------------------------------------------------------------------------
-
-Outcome LedWorldModel::deliverAll() {
-  while (!queue_.empty()) {
-    ModelEvent const event = std::move(queue_.front());
-    queue_.pop_front();
-    try {
-      deliver(event);
-    } catch (PredictedFailure const& failure) {
-      failure_ = failure.text;
-      return failure.outcome;
-    }
+template <typename Action>
+Outcome LedWorldModel::predicting(Action action) {
+  try {
+    action();
+  } catch (PredictedFailure const& failure) {
+    failure_ = failure.text;
+    return failure.outcome;
   }
   return Outcome::delivered;
+}
+
+Outcome LedWorldModel::deliverAll() {
+  return predicting([this] {
+    while (!queue_.empty()) {
+      ModelEvent const event = std::move(queue_.front());
+      queue_.pop_front();
+      deliver(event);
+    }
+  });
 }
 
 void LedWorldModel::deliver(ModelEvent const& event) {
   switch (event.kind) {
     case ModelEvent::mappingEntry:
       return onMappingEntry(event.name);
-    case ModelEvent::mappingReady:
-      return onMappingReady(event.entity.ptr());
+    case ModelEvent::mappingReady:  // only the reactor of that very object hears of it
+      for (auto& [name, led] : leds_) {
+        if (led.watched.ptr() == event.entity.ptr()) return createLedConfig(name);
+      }
+      return;
     case ModelEvent::ledEntry:
       return createDriver(event.name);
     case ModelEvent::lightSetting:
-      return onLightSetting(event.entity.ptr());
+      for (auto& [name, led] : leds_) {
+        if (led.machine && led.machine->config.ptr() == event.entity.ptr()) return apply(led);
+      }
+      return;
   }
 }
 
@@ -83,19 +75,6 @@ void LedWorldModel::onMappingEntry(std::string const& name) {
   }
 }
 
-// Only the reactor watching that very object hears of it: replaced and removed ones are deaf.
-void LedWorldModel::onMappingReady(Zel::Entity const* mapping) {
-  for (auto& [name, led] : leds_) {
-    if (led.watched.ptr() == mapping) return createLedConfig(name);
-  }
-}
-
-void LedWorldModel::onLightSetting(Zel::Entity const* config) {
-  for (auto& [name, led] : leds_) {
-    if (led.machine && led.machine->config.ptr() == config) return apply(led);
-  }
-}
-
 // Pins are only ever added here; ready going false changes nothing.
 void LedWorldModel::createLedConfig(std::string const& name) {
   ModelLed& led = leds_.at(name);
@@ -103,8 +82,9 @@ void LedWorldModel::createLedConfig(std::string const& name) {
   if (!mapping.ready()) return;
   if (!led.output) led.output.emplace();
   for (int colour = 0; colour < kColourCount; ++colour) {
-    for (std::string const& pin : listedPins(mapping, colour)) {
-      led.output->pins[colour][pin] = pinEntity(pin);
+    for (auto member : (mapping.*kColours[colour].listed)()) {
+      std::string const pin = member.key.stdString();
+      (*led.output)[colour][pin] = pinEntity(pin);
     }
   }
   createDriver(name);
@@ -137,7 +117,7 @@ void LedWorldModel::cleanUp(std::string const& name) {
   if (!led.output) {
     throw PredictedFailure{Outcome::processEnds, "mapping " + name + " removed, never ready"};
   }
-  for (auto const& colour : led.output->pins) {
+  for (auto const& colour : *led.output) {
     for (auto const& [pin, generation] : colour) directoryPins_.erase(pin);
   }
   led.output.reset();
@@ -146,14 +126,11 @@ void LedWorldModel::cleanUp(std::string const& name) {
   forgetUnreferencedPins();
 }
 
-// --- the state machine ----------------------------------------------------------------------
-
 void LedWorldModel::apply(ModelLed& led) {
   ModelMachine& machine = *led.machine;
   Led::LightSetting const setting = machine.config->lightSetting();
   if (setting.flashInterval == 0.0) {
-    writeAll(*led.output, 0);
-    writeLit(*led.output, setting);
+    show(*led.output, setting, true);
     return;
   }
   // Anything beyond the largest finite double is disarmed; a NaN wake-up counts as armed.
@@ -170,8 +147,7 @@ void LedWorldModel::tick(ModelLed& led) {
     machine.wakeUp = kNever;
     return;
   }
-  writeAll(*led.output, 0);
-  if (machine.flashingState) writeLit(*led.output, setting);
+  show(*led.output, setting, machine.flashingState);
   arm(machine, now_ + setting.flashInterval);
 }
 
@@ -182,73 +158,62 @@ void LedWorldModel::arm(ModelMachine& machine, double time) {
   if (machine.armed) machine.sequence = nextSequence_++;
 }
 
-void LedWorldModel::writeAll(ModelOutput const& output, std::uint32_t value) {
-  for (auto const& colour : output.pins) {
-    for (auto const& [pin, generation] : colour) pinValues_[generation] = value;
+void LedWorldModel::show(ModelOutput const& output, Led::LightSetting const& setting, bool on) {
+  for (int colour = 0; colour < kColourCount; ++colour) {
+    for (auto const& [pin, generation] : output[colour]) pinValues_[generation] = 0;
+  }
+  for (int colour = 0; colour < kColourCount; ++colour) {
+    if (!on || !(setting.*kColours[colour].lit)) continue;
+    for (auto const& [pin, generation] : output[colour]) pinValues_[generation] = 1;
   }
 }
 
-void LedWorldModel::writeLit(ModelOutput const& output, Led::LightSetting const& setting) {
-  for (int colour = 0; colour < kColourCount; ++colour) {
-    if (!isLit(setting, colour)) continue;
-    for (auto const& [pin, generation] : output.pins[colour]) pinValues_[generation] = 1;
+std::string const* LedWorldModel::nextDue() const {
+  std::string const* due = nullptr;
+  ModelMachine const* first = nullptr;
+  for (auto const& [name, led] : leds_) {
+    if (!led.machine || !led.machine->armed) continue;
+    ModelMachine const& m = *led.machine;
+    if (!first || m.wakeUp < first->wakeUp ||
+        (m.wakeUp == first->wakeUp && m.sequence < first->sequence)) {
+      due = &name;
+      first = &m;
+    }
   }
+  return due;
+}
+
+double LedWorldModel::nextWakeUp() const {
+  std::string const* due = nextDue();
+  return due ? leds_.at(*due).machine->wakeUp : kNever;
 }
 
 std::vector<std::string> LedWorldModel::advance(double seconds) {
   std::vector<std::string> ticked;
   double const target = now_ + seconds;
-  for (;;) {
-    ModelLed* due = nullptr;
-    std::string const* dueName = nullptr;
-    for (auto& [name, led] : leds_) {
-      if (!led.machine || !led.machine->armed) continue;
-      ModelMachine const& m = *led.machine;
-      if (!due || m.wakeUp < due->machine->wakeUp ||
-          (m.wakeUp == due->machine->wakeUp && m.sequence < due->machine->sequence)) {
-        due = &led;
-        dueName = &name;
-      }
-    }
-    if (!due || !(due->machine->wakeUp <= target)) break;
-    due->machine->armed = false;
-    if (due->machine->wakeUp > now_) now_ = due->machine->wakeUp;
-    tick(*due);
-    ticked.push_back(*dueName);
+  for (std::string const* due = nextDue(); due; due = nextDue()) {
+    ModelLed& led = leds_.at(*due);
+    if (!(led.machine->wakeUp <= target)) break;
+    led.machine->armed = false;
+    now_ = std::max(now_, led.machine->wakeUp);
+    tick(led);
+    ticked.push_back(*due);
   }
-  if (target > now_) now_ = target;
+  now_ = std::max(now_, target);
   return ticked;
 }
 
-double LedWorldModel::nextWakeUp() const {
-  double next = kNever;
-  for (auto const& [name, led] : leds_) {
-    if (led.machine && led.machine->armed && led.machine->wakeUp < next) {
-      next = led.machine->wakeUp;
-    }
-  }
-  return next;
-}
-
-// --- agent life -----------------------------------------------------------------------------
-
 Outcome LedWorldModel::mappingsEmptied() {
-  try {
+  return predicting([this] {
     for (auto& [name, led] : leds_) {
       if (led.watched) cleanUp(name);
     }
-  } catch (PredictedFailure const& failure) {
-    failure_ = failure.text;
-    return failure.outcome;
-  }
-  return Outcome::delivered;
+  });
 }
 
 void LedWorldModel::agentStarted(std::vector<std::string> const& mappingOrder) {
   for (std::string const& name : mappingOrder) onMappingEntry(name);
 }
-
-// --- pins -----------------------------------------------------------------------------------
 
 // The pin entity in the output directory, made (dark) when absent.
 std::uint64_t LedWorldModel::pinEntity(std::string const& pin) {
@@ -262,29 +227,21 @@ void LedWorldModel::forgetUnreferencedPins() {
   for (auto const& [pin, generation] : directoryPins_) referenced.insert(generation);
   for (auto const& [name, led] : leds_) {
     if (!led.output) continue;
-    for (auto const& colour : led.output->pins) {
+    for (auto const& colour : *led.output) {
       for (auto const& [pin, generation] : colour) referenced.insert(generation);
     }
   }
   std::erase_if(pinValues_, [&](auto const& entry) { return !referenced.count(entry.first); });
 }
 
-std::size_t LedWorldModel::reactorCount() const {
-  std::size_t count = 0;
-  for (auto const& [name, led] : leds_) count += led.watched ? 1 : 0;
-  return count;
-}
-
-std::size_t LedWorldModel::outputCount() const {
-  std::size_t count = 0;
-  for (auto const& [name, led] : leds_) count += led.output ? 1 : 0;
-  return count;
-}
-
-std::size_t LedWorldModel::machineCount() const {
-  std::size_t count = 0;
-  for (auto const& [name, led] : leds_) count += led.machine ? 1 : 0;
-  return count;
+std::array<std::size_t, 3> LedWorldModel::counts() const {
+  std::array<std::size_t, 3> counts{};
+  for (auto const& [name, led] : leds_) {
+    counts[0] += bool(led.watched);
+    counts[1] += led.output.has_value();
+    counts[2] += led.machine.has_value();
+  }
+  return counts;
 }
 
 void LedWorldModel::clear() {

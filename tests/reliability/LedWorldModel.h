@@ -1,47 +1,47 @@
-// The reference model of the agent: a small, plain re-statement of the rules that the random run
-// checks the real agent against after every step. It follows the same notifications in the same
-// order as the agent's activity loop (one queued event per input change), keeps its own copy of
-// every output the agent should have made (per-LED output entries with their pins, the pin
-// entities, state machines with their flash timers) and simulates every pin write exactly, so
-// that pins shared between LEDs show the value of the last LED that wrote them.
-//
-// The inputs themselves (mapping and LED configuration objects) are the test's own entities: the
-// model reads their current content when it delivers an event, as the agent does.
+// The reference model of the agent: a plain re-statement of its rules. It follows the same
+// notifications in the same order as the agent's activity loop, keeps its own copy of every output
+// the agent should have made (output entries, pin entities, state machines with their flash
+// timers) and simulates every pin write, so that a pin shared between LEDs shows the value of the
+// last LED that wrote it. The inputs are the test's own entities, read when an event is delivered.
 #pragma once
 
 #include <array>
 #include <cstdint>
 #include <deque>
-#include <iosfwd>
 #include <limits>
 #include <map>
 #include <optional>
+#include <ostream>
 #include <string>
 #include <vector>
 
+#include "platform/model/CorvelGpioLedConfig.h"
 #include "platform/model/GpioLedConfig.h"
 #include "platform/model/LedConfig.h"
 
 namespace PinlampReliability {
 
+using Hardware::Gpio::CorvelGpioLedConfig;
 using Hardware::Gpio::GpioLedConfig;
 using Hardware::Led::LedConfig;
 
-// Colours in the order in which pins are created and written: yellow, green, red, orange.
+// Everything that differs per colour, in the order in which pins are created and written.
+struct Colour {
+  char const* name;
+  bool Led::LightSetting::*lit;
+  Hardware::Gpio::PinNameSet const& (GpioLedConfig::*listed)() const;
+  void (GpioLedConfig::*list)(Zel::Name const&, bool);
+  void (GpioLedConfig::*unlist)(Zel::Name const&);
+  Hardware::Gpio::PinConfigs const& (CorvelGpioLedConfig::*output)() const;
+};
 constexpr int kColourCount = 4;
-extern std::array<char const*, kColourCount> const kColourNames;
-
-std::vector<std::string> listedPins(GpioLedConfig const& mapping, int colour);
-bool isLit(Led::LightSetting const& setting, int colour);
+extern std::array<Colour, kColourCount> const kColours;
 
 constexpr double kNever = std::numeric_limits<double>::infinity();
 
-// One LED's output entry: per colour, the pins it refers to. A pin entity is known by its
-// generation: removing a pin from the output directory and creating it again makes a new
-// generation, while an output entry may still refer to the old one.
-struct ModelOutput {
-  std::array<std::map<std::string, std::uint64_t>, kColourCount> pins;
-};
+// One LED's output entry: per colour, the pins it refers to, each by generation: a pin removed from
+// the output directory and made again is a new generation, while an entry may hold the old one.
+using ModelOutput = std::array<std::map<std::string, std::uint64_t>, kColourCount>;
 
 struct ModelMachine {
   Zel::Ptr<LedConfig const> config;
@@ -61,8 +61,12 @@ struct ModelLed {
 
 // How delivering the queued events ends.
 enum class Outcome { delivered, nameInUse, processEnds };
-char const* toString(Outcome outcome);
-std::ostream& operator<<(std::ostream& out, Outcome outcome);
+inline char const* toString(Outcome outcome) {
+  return std::array{"delivered", "name-in-use error", "process ends"}[int(outcome)];
+}
+inline std::ostream& operator<<(std::ostream& out, Outcome outcome) {
+  return out << toString(outcome);
+}
 
 struct ModelEvent {
   enum Kind { mappingEntry, mappingReady, ledEntry, lightSetting };
@@ -77,7 +81,6 @@ class LedWorldModel {
 
   ModelLed& led(std::string const& name) { return leds_.at(name); }
   ModelLed const& led(std::string const& name) const { return leds_.at(name); }
-  std::map<std::string, ModelLed> const& leds() const noexcept { return leds_; }
 
   void eventIs(ModelEvent event) { queue_.push_back(std::move(event)); }
   // Delivers the queued events in order. On a name-in-use error the failing event is dropped and
@@ -91,12 +94,9 @@ class LedWorldModel {
   double now() const noexcept { return now_; }
   double nextWakeUp() const;
 
-  // The mapping directory was emptied in one change: the agent resynchronises at once, inside the
-  // change, and cleans up every LED with a reactor. processEnds when one of them has no output
-  // entry.
+  // The mapping directory was emptied in one change, or the agent destroyed: every LED with a
+  // reactor is cleaned up at once. processEnds when one of them has no output entry.
   Outcome mappingsEmptied();
-  // The agent was destroyed: the same clean-up.
-  Outcome agentStopped() { return mappingsEmptied(); }
   // A new agent started on the directories as they are; `mappingOrder` is the mapping
   // directory's own iteration order, in which start-up visits the mappings.
   void agentStarted(std::vector<std::string> const& mappingOrder);
@@ -105,11 +105,9 @@ class LedWorldModel {
     return directoryPins_;
   }
   std::uint32_t pinValue(std::uint64_t generation) const { return pinValues_.at(generation); }
-  std::size_t reactorCount() const;
-  std::size_t outputCount() const;
-  std::size_t machineCount() const;
+  // How many LEDs have a mapping reactor, an output entry, a state machine.
+  std::array<std::size_t, 3> counts() const;
 
-  // Drops every entity reference the model holds.
   void clear();
 
  private:
@@ -118,18 +116,20 @@ class LedWorldModel {
     std::string text;
   };
 
+  template <typename Action>
+  Outcome predicting(Action action);
   void deliver(ModelEvent const& event);
+  // The armed machine that ticks next, in the clock's order; null when none.
+  std::string const* nextDue() const;
   void onMappingEntry(std::string const& name);
-  void onMappingReady(Zel::Entity const* mapping);
-  void onLightSetting(Zel::Entity const* config);
   void createLedConfig(std::string const& name);
   void createDriver(std::string const& name);
   void cleanUp(std::string const& name);
   void apply(ModelLed& led);
   void tick(ModelLed& led);
   void arm(ModelMachine& machine, double time);
-  void writeAll(ModelOutput const& output, std::uint32_t value);
-  void writeLit(ModelOutput const& output, Led::LightSetting const& setting);
+  // Darkens every pin, then lights those of the lit colours when `on`.
+  void show(ModelOutput const& output, Led::LightSetting const& setting, bool on);
   std::uint64_t pinEntity(std::string const& pin);
   void forgetUnreferencedPins();
 

@@ -16,32 +16,24 @@ constexpr double kFlashIntervals[] = {0.05, 0.1, 0.25, 0.3, 0.5, 0.75, 1.0, 1.5,
 
 std::string describe(Led::LightSetting const& setting) {
   std::ostringstream out;
-  out << (setting.yellow ? "y" : "") << (setting.green ? "g" : "") << (setting.red ? "r" : "")
-      << (setting.orange ? "o" : "");
-  if (setting.isDark()) out << "off";
-  if (setting.flashInterval == 0.0) {
-    out << " steady";
-  } else {
-    out << " flash " << setting.flashInterval;
+  for (Colour const& colour : kColours) {
+    if (setting.*colour.lit) out << colour.name[0];
   }
+  out << (setting.isDark() ? "off" : "") << " flash " << setting.flashInterval;
   return out.str();
 }
 
 std::string describe(LedWorld::PinChoice const& pins) {
-  std::ostringstream out;
+  std::string text;
   for (int colour = 0; colour < kColourCount; ++colour) {
-    out << " " << kColourNames[colour][0] << "[";
-    for (std::size_t i = 0; i < pins[colour].size(); ++i) {
-      out << (i ? " " : "") << pins[colour][i];
-    }
-    out << "]";
+    text += std::string(" ") + kColours[colour].name[0] + "[";
+    for (std::string const& pin : pins[colour]) text += pin + " ";
+    text += "]";
   }
-  return out.str();
+  return text;
 }
 
 }  // namespace
-
-// --- choosing a step ------------------------------------------------------------------------
 
 Step RandomSteps::next() {
   if (random_.below(4000) == 0) return restart();
@@ -52,23 +44,11 @@ Step RandomSteps::next() {
   return change();
 }
 
-Step RandomSteps::change() {
-  std::size_t const roll = random_.below(1000);
-  if (roll < 110) return publishMapping();
-  if (roll < 170) return removeMapping();
-  if (roll < 310) return toggleReady();
-  if (roll < 400) return editPins();
-  if (roll < 425) return toggleRetired();
-  if (roll < 555) return publishConfig();
-  if (roll < 625) return removeConfig();
-  return changeSetting();
-}
-
 // Other agents change several LEDs at once: the agent hears of all the changes together, in
 // order. Each LED is changed once, so every change is judged (for the steps steered round) on the
 // state in which it is delivered.
 Step RandomSteps::burst() {
-  Step step("burst:");
+  Step step{"burst:"};
   burstLeds_.clear();
   inBurst_ = true;
   for (std::size_t count = 2 + random_.below(3); count > 0; --count) {
@@ -85,10 +65,7 @@ Step RandomSteps::burst() {
 
 Led::LightSetting RandomSteps::randomSetting() {
   Led::LightSetting setting;
-  setting.yellow = random_.coin();
-  setting.green = random_.coin();
-  setting.red = random_.coin();
-  setting.orange = random_.coin();
+  for (Colour const& colour : kColours) setting.*colour.lit = random_.coin();
   setting.priority = static_cast<std::uint32_t>(random_.below(3));  // not read by the agent
   std::size_t const roll = random_.below(100);
   if (roll < 45) {
@@ -131,22 +108,17 @@ std::string const& RandomSteps::randomPin() {
   return world_.pinPool()[random_.below(world_.pinPool().size())];
 }
 
-void RandomSteps::settleInto(Step& step) {
-  if (!inBurst_) settleNow(step);
-}
-
-void RandomSteps::settleNow(Step& step) {
+void RandomSteps::settleInto(Step& step, bool evenInBurst) {
+  if (inBurst_ && !evenInBurst) return;
   std::string mismatch = world_.settle();
   if (step.mismatch.empty()) step.mismatch = std::move(mismatch);
 }
 
 Step RandomSteps::settled(std::string description, std::string const& led) {
-  Step step(std::move(description), {led});
+  Step step{std::move(description), {led}};
   settleInto(step);
   return step;
 }
-
-// --- the steps ------------------------------------------------------------------------------
 
 Step RandomSteps::advanceTime() {
   double seconds = 0.0;
@@ -164,34 +136,111 @@ Step RandomSteps::advanceTime() {
   std::ostringstream description;
   description.precision(17);
   description << "advance " << seconds << "s from " << world_.model().now();
-  Step step(description.str());
+  Step step{description.str()};
   step.mismatch = world_.advance(seconds, step.touched);
   std::sort(step.touched.begin(), step.touched.end());
   step.touched.erase(std::unique(step.touched.begin(), step.touched.end()), step.touched.end());
   return step;
 }
 
-Step RandomSteps::publishMapping() {
-  std::string const& name = randomLed();
-  bool const ready = random_.percent(70);
-  LedWorld::PinChoice const pins = randomPins();
-  std::string const verb = world_.model().led(name).mapping ? "replace" : "publish";
-  world_.mappingPublished(name, ready, pins);
-  return settled(verb + " mapping " + name + (ready ? " ready" : " not ready") + describe(pins),
-                 name);
-}
-
-Step RandomSteps::removeMapping() {
+// One change to one LED's inputs, or to an old mapping object.
+Step RandomSteps::change() {
+  enum Kind {
+    publishMapping,
+    removeMapping,
+    toggleReady,
+    editPins,
+    toggleRetired,
+    publishConfig,
+    removeConfig,
+    changeSetting
+  };
+  constexpr std::size_t kRollBelow[] = {110, 170, 310, 400, 425, 555, 625, 1000};
+  std::size_t const roll = random_.below(1000);
+  int kind = 0;
+  while (roll >= kRollBelow[kind]) ++kind;
+  if (kind == toggleRetired && world_.retiredMappingCount() == 0) kind = changeSetting;
+  if (kind == toggleRetired) {
+    std::size_t const index = random_.below(world_.retiredMappingCount());
+    world_.retiredMappingToggled(index);
+    Step step{"toggle ready of retired mapping object #" + std::to_string(index)};
+    step.sweep = true;
+    settleInto(step);
+    return step;
+  }
   std::string const& name = randomLed();
   ModelLed const& led = world_.model().led(name);
-  if (led.watched && !led.output) {
-    world_.readyIs(name, true);
-    return settled("make mapping " + name + " ready (removing it now would end the process)", name);
+  switch (kind) {
+    case publishMapping: {
+      bool const ready = random_.percent(70);
+      LedWorld::PinChoice const pins = randomPins();
+      std::string const verb = led.mapping ? "replace" : "publish";
+      world_.mappingPublished(name, ready, pins);
+      return settled(verb + " mapping " + name + (ready ? " ready" : " not ready") + describe(pins),
+                     name);
+    }
+    case removeMapping: {
+      if (led.watched && !led.output) {
+        world_.readyIs(name, true);
+        return settled("make mapping " + name + " ready (removing it now would end the process)",
+                       name);
+      }
+      world_.mappingRemoved(name);
+      // Its pins leave the directory also for every other LED that lists them.
+      Step step = settled("remove mapping " + name, name);
+      step.sweep = true;
+      return step;
+    }
+    case toggleReady: {
+      bool const ready = led.mapping && !led.mapping->ready();
+      world_.readyIs(name, ready);
+      return settled("set ready of " + name + " to " + (ready ? "true" : "false"), name);
+    }
+    case editPins: {
+      int const colour = static_cast<int>(random_.below(kColourCount));
+      std::string const& pin = randomPin();
+      bool const listed = random_.coin();
+      world_.pinListed(name, colour, pin, listed);
+      return settled(std::string(listed ? "list " : "unlist ") + kColours[colour].name + " pin " +
+                         pin + " in mapping " + name,
+                     name);
+    }
+    case publishConfig: {
+      Led::LightSetting const setting = randomSetting();
+      if (!(led.machine && led.mapping && led.mapping->ready())) {
+        std::string const verb = led.config ? "replace" : "publish";
+        world_.configPublished(name, setting);
+        return settled(verb + " configuration " + name + " " + describe(setting), name);
+      }
+      Step step{"remove, then publish, configuration " + name + " " + describe(setting) +
+                    " (replacing it in one step while driven fails)",
+                {name}};
+      world_.configRemoved(name);
+      settleInto(step, true);
+      world_.configPublished(name, setting);
+      settleInto(step);
+      return step;
+    }
+    case removeConfig:
+      world_.configRemoved(name);
+      return settled("remove configuration " + name, name);
+    default: {
+      Led::LightSetting const setting = randomSetting();
+      world_.settingIs(name, setting);
+      return settled("show " + describe(setting) + " on " + name, name);
+    }
   }
-  world_.mappingRemoved(name);
-  // Its pins leave the directory also for every other LED that lists them.
-  Step step = settled("remove mapping " + name, name);
-  step.sweep = true;
+}
+
+Step RandomSteps::readyAll() {
+  Step step{"make every mapping ready"};
+  for (std::string const& name : world_.ledNames()) {
+    Zel::Ptr<GpioLedConfig> const& mapping = world_.model().led(name).mapping;
+    if (!mapping || mapping->ready()) continue;
+    world_.readyIs(name, true);
+    settleInto(step);
+    step.touched.push_back(name);
+  }
   return step;
 }
 
@@ -201,82 +250,6 @@ Step RandomSteps::removeAllMappings() {
   if (step.mismatch.empty()) step.mismatch = world_.allMappingsRemoved();
   settleInto(step);
   step.sweep = true;
-  return step;
-}
-
-Step RandomSteps::toggleReady() {
-  std::string const& name = randomLed();
-  Zel::Ptr<GpioLedConfig> const& mapping = world_.model().led(name).mapping;
-  bool const ready = mapping && !mapping->ready();
-  world_.readyIs(name, ready);
-  return settled("set ready of " + name + " to " + (ready ? "true" : "false"), name);
-}
-
-Step RandomSteps::editPins() {
-  std::string const& name = randomLed();
-  int const colour = static_cast<int>(random_.below(kColourCount));
-  std::string const& pin = randomPin();
-  bool const listed = random_.coin();
-  world_.pinListed(name, colour, pin, listed);
-  return settled(std::string(listed ? "list " : "unlist ") + kColourNames[colour] + " pin " + pin +
-                     " in mapping " + name,
-                 name);
-}
-
-Step RandomSteps::toggleRetired() {
-  if (world_.retiredMappingCount() == 0) return changeSetting();
-  std::size_t const index = random_.below(world_.retiredMappingCount());
-  world_.retiredMappingToggled(index);
-  Step step("toggle ready of retired mapping object #" + std::to_string(index));
-  step.sweep = true;
-  settleInto(step);
-  return step;
-}
-
-Step RandomSteps::publishConfig() {
-  std::string const& name = randomLed();
-  Led::LightSetting const setting = randomSetting();
-  ModelLed const& led = world_.model().led(name);
-  bool const driven = led.machine && led.mapping && led.mapping->ready();
-  if (!driven) {
-    std::string const verb = led.config ? "replace" : "publish";
-    world_.configPublished(name, setting);
-    return settled(verb + " configuration " + name + " " + describe(setting), name);
-  }
-  Step step("remove, then publish, configuration " + name + " " + describe(setting) +
-                " (replacing it in one step while driven fails)",
-            {name});
-  world_.configRemoved(name);
-  settleNow(step);
-  world_.configPublished(name, setting);
-  settleInto(step);
-  return step;
-}
-
-Step RandomSteps::removeConfig() {
-  std::string const& name = randomLed();
-  world_.configRemoved(name);
-  return settled("remove configuration " + name, name);
-}
-
-Step RandomSteps::changeSetting() {
-  std::string const& name = randomLed();
-  Led::LightSetting const setting = randomSetting();
-  world_.settingIs(name, setting);
-  return settled("show " + describe(setting) + " on " + name, name);
-}
-
-// --- whole-world steps ----------------------------------------------------------------------
-
-Step RandomSteps::readyAll() {
-  Step step("make every mapping ready");
-  for (std::string const& name : world_.ledNames()) {
-    Zel::Ptr<GpioLedConfig> const& mapping = world_.model().led(name).mapping;
-    if (!mapping || mapping->ready()) continue;
-    world_.readyIs(name, true);
-    settleInto(step);
-    step.touched.push_back(name);
-  }
   return step;
 }
 
