@@ -125,7 +125,9 @@ void FrontPanel::redraw() {
   if (static_cast<int>(lines.size()) > shown) {
     std::size_t const hidden = lines.size() - static_cast<std::size_t>(shown) + 1;
     lines.resize(static_cast<std::size_t>(std::max(shown - 1, 0)));
-    lines.push_back("(" + std::to_string(hidden) + " more rows: make the terminal taller)");
+    std::string note = "(";
+    note.append(std::to_string(hidden)).append(" more rows: make the terminal taller)");
+    lines.push_back(std::move(note));
   }
   out_ << "\033[?25l\0337";
   for (int row = 0; row < panelRows_; ++row) {

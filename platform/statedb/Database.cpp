@@ -55,9 +55,9 @@ Zel::Ptr<Zel::Dir> Database::parentDirIs(Zel::String const& path, Zel::Name& lea
     Zel::Ptr<Zel::Entity> next = dir->entryIs(toName(parts[i]), "Zel::Dir");
     dir = Zel::ptrCast<Zel::Dir>(next);
     if (!dir) {
-      Zel::throwRangeException(
-          ("\"" + std::string(parts[i]) + "\" in \"" + path.stdString() + "\" is not a directory")
-              .c_str());
+      std::string text = "\"";
+      text.append(parts[i]).append("\" in \"").append(path.view()).append("\" is not a directory");
+      Zel::throwRangeException(text.c_str());
     }
   }
   leaf = toName(parts.back());
