@@ -2,6 +2,7 @@
 // (taking over the base's entries of those names), its three directories and its configuration
 // reactor, each forwarding to the agent's own operation.
 #include "agent/Agent.h"
+#include "platform/warden/MountStatusValue.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/generic/AttributeTable.h"
 
@@ -18,17 +19,6 @@ enum Position : std::size_t {
   hwLedConfigDir,
   configReactor,
 };
-
-// A mount status is given as its text ("mountSuccess_") or its number.
-Statedb::MountStatus mountStatusOf(Value const& value) {
-  for (Statedb::MountStatus status : {Statedb::mountSuccess_, Statedb::mountFailure_}) {
-    bool const isText = value.kind() == Value::Kind::string || value.kind() == Value::Kind::name;
-    if (isText ? value.asString() == Statedb::toString(status) : value.asInt() == status) {
-      return status;
-    }
-  }
-  Zel::throwRangeException(("not a mount status: " + value.text()).c_str());
-}
 
 Reply reactorSlot(Agent& agent, Request const& request) {
   switch (request.operation) {
@@ -51,7 +41,7 @@ Reply dispatchAgent(Zel::PtrInterface& object, std::size_t position, Request con
   Arguments const& args = request.args();
   switch (position) {
     case doMountsComplete: {
-      Statedb::MountStatus const status = mountStatusOf(args.at(0, "status"));
+      Statedb::MountStatus const status = Warden::mountStatusOf(args.at(0, "status"));
       agent.doMountsComplete(status, args.at(1, "entityManager").asPtr<Statedb::EntityManager>());
       return Reply::done();
     }

@@ -3,6 +3,7 @@
 // after these and may take over a stage's entry with their own.
 #include "platform/statedb/EntityManager.h"
 #include "platform/warden/CAgent.h"
+#include "platform/warden/MountStatusValue.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/generic/AttributeTable.h"
 
@@ -24,17 +25,6 @@ enum Position : std::size_t {
   doUpdateWarm,
   handleFlushEntityLogComplete,
 };
-
-// A mount status is given as its text ("mountSuccess_") or its number.
-Statedb::MountStatus mountStatusOf(Value const& value) {
-  for (Statedb::MountStatus status : {Statedb::mountSuccess_, Statedb::mountFailure_}) {
-    bool const isText = value.kind() == Value::Kind::string || value.kind() == Value::Kind::name;
-    if (isText ? value.asString() == Statedb::toString(status) : value.asInt() == status) {
-      return status;
-    }
-  }
-  Zel::throwRangeException(("not a mount status: " + value.text()).c_str());
-}
 
 Reply dispatchAgent(Zel::PtrInterface& object, std::size_t position, Request const& request) {
   auto& agent = objectAs<CAgent>(object);
@@ -94,4 +84,16 @@ AttributeTable const table(
 TableRegistration const registration(table);
 
 }  // namespace
+
+Statedb::MountStatus mountStatusOf(Zel::GenericIf::Value const& value) {
+  using Zel::GenericIf::Value;
+  for (Statedb::MountStatus status : {Statedb::mountSuccess_, Statedb::mountFailure_}) {
+    bool const isText = value.kind() == Value::Kind::string || value.kind() == Value::Kind::name;
+    if (isText ? value.asString() == Statedb::toString(status) : value.asInt() == status) {
+      return status;
+    }
+  }
+  Zel::throwRangeException(("not a mount status: " + value.text()).c_str());
+}
+
 }  // namespace Warden

@@ -87,11 +87,17 @@ class NameMap {
 
   // Removes the member under key and returns its value; a default V when there was none.
   V take(Name const& key) {
-    std::uint32_t slot = lookup(key);
-    if (slot == kNone) return V{};
+    std::uint32_t slot;
     if (index_) {
-      index_[findIndexPosition(key)] = kTomb;
+      // One probe finds both the index entry and the slot.
+      std::uint32_t const pos = findIndexPosition(key);
+      if (pos == kNone) return V{};
+      slot = index_[pos] - 2;
+      index_[pos] = kTomb;
       ++tombs_;
+    } else {
+      slot = lookup(key);
+      if (slot == kNone) return V{};
     }
     Slot& s = slots_[slot];
     V value = std::move(s.value);
@@ -131,19 +137,16 @@ class NameMap {
       }
       return kNone;
     }
-    std::uint32_t mask = indexCapacity_ - 1;
-    for (std::uint32_t pos = key.hash() & mask;; pos = (pos + 1) & mask) {
-      std::uint32_t entry = index_[pos];
-      if (entry == kEmpty) return kNone;
-      if (entry != kTomb && slots_[entry - 2].key == key) return entry - 2;
-    }
+    std::uint32_t const pos = findIndexPosition(key);
+    return pos == kNone ? kNone : index_[pos] - 2;
   }
 
   std::uint32_t findIndexPosition(Name const& key) const {
     std::uint32_t mask = indexCapacity_ - 1;
     for (std::uint32_t pos = key.hash() & mask;; pos = (pos + 1) & mask) {
       std::uint32_t entry = index_[pos];
-      if (entry != kTomb && entry != kEmpty && slots_[entry - 2].key == key) return pos;
+      if (entry == kEmpty) return kNone;
+      if (entry != kTomb && slots_[entry - 2].key == key) return pos;
     }
   }
 
