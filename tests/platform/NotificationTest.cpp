@@ -111,4 +111,26 @@ TEST_F(NotificationTest, AReactorMayDropItsLastOwnerFromItsOwnHandler) {
   EXPECT_EQ(log_, (Log{"self:Fan1", "other:Fan1", "other:Fan2"}));
 }
 
+// Immediate notifications come from inside a mutation, where the notifier may be reachable only
+// through its reactors: detaching the last one must not free the entity under the delivery.
+class Detacher : public Dir::NotifieeConst {
+ public:
+  explicit Detacher(Ptr<Dir const> const& dir) : Dir::NotifieeConst(dir) {}
+  void onEntryzelImmediate() override { notifierIs(nullptr); }
+};
+
+TEST_F(NotificationTest, DetachingTheLastHolderDuringADeliveryFreesTheEntityAfterIt) {
+  auto& dirs = Zel::AllocTrackTypeInfo::of<Dir>();
+  Ptr<Dir> dir = Dir::dirIs("orphan");
+  Ptr<Detacher> first = Zel::allocate<Detacher>(dir);
+  Ptr<Detacher> second = Zel::allocate<Detacher>(dir);
+  Dir const* raw = dir.ptr();
+  dir = nullptr;
+  auto const liveBefore = dirs.live();
+  raw->deliver(Dir::Attr::entryImmediate, nullptr);
+  EXPECT_EQ(dirs.live(), liveBefore - 1);
+  EXPECT_EQ(first->notifier(), nullptr);
+  EXPECT_EQ(second->notifier(), nullptr);
+}
+
 }  // namespace
