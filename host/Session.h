@@ -13,7 +13,7 @@
 #include "platform/statedb/Database.h"
 #include "platform/statedb/EntityManager.h"
 #include "platform/warden/CAgent.h"
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Dir.h"
 
 namespace Host {
@@ -61,7 +61,7 @@ class Session {
   void report(std::exception_ptr error);
 
   RaisedHandler onRaised_;
-  Zel::ActivityManager* loop_;
+  Zel::ActivityManagerScope loop_;
   double startTime_;
   Zel::Ptr<Statedb::Database> database_;
   Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir> mappings_;

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/AllocTrack.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Dir.h"
@@ -35,17 +35,14 @@ class EntryWatcher : public Dir::NotifieeConst {
 
 class NotificationTest : public testing::Test {
  protected:
-  void SetUp() override {
-    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
-    Zel::traceSinkIs(&sink_);
-  }
+  void SetUp() override { Zel::traceSinkIs(&sink_); }
   void TearDown() override { Zel::traceSinkIs(nullptr); }
 
   Ptr<EntryWatcher> watch(std::string tag) {
     return Zel::allocate<EntryWatcher>(dir_, &log_, std::move(tag));
   }
 
-  Zel::ActivityManager* loop_ = nullptr;
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::CapturingTraceSink sink_;
   Ptr<Dir> dir_ = Dir::dirIs("config");
   Log log_;
