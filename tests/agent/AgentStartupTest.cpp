@@ -8,6 +8,7 @@
 
 #include "platform/zel/AllocTrack.h"
 #include "platform/zel/Allocate.h"
+#include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
 #include "tests/support/AgentHarness.h"
 
@@ -126,6 +127,26 @@ TEST(AgentStartupDeathTest, AFailedMountStopsTheProcessWithTheAssertion) {
         "Pinlamp:360: virtual void Pinlamp::Agent::doMountsComplete\\(Statedb::MountStatus, "
         "const Ptr&\\): Assertion `status == Statedb::mountSuccess_' failed");
   }
+}
+
+// The text of the range error that `action` raises; empty when it raises none.
+template <class Action>
+std::string rangeErrorOf(Action action) {
+  try {
+    action();
+  } catch (Zel::RangeException const& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(AgentStartupTest, StartingWithoutAnEntityManagerIsARangeErrorNotACrash) {
+  AgentHarness harness(notStarted());
+  Pinlamp::Agent& agent = *harness.agent();
+  EXPECT_EQ(rangeErrorOf([&] { agent.doInit(); }), "null ValidPtr");
+  EXPECT_EQ(rangeErrorOf([&] { agent.doMountsComplete(Statedb::mountSuccess_, nullptr); }),
+            "null ValidPtr");
+  EXPECT_EQ(agent.configReactor(), nullptr);
 }
 
 TEST(AgentReactorSlotTest, TheSameThreeValuesKeepTheReactor) {
