@@ -221,6 +221,31 @@ TEST(AgentReactorSlotTest, DestroyingTheAgentSilencesTheReactorBeforeLettingGo) 
   EXPECT_EQ(held->references(), 1u);
 }
 
+// Every reactor the removed one owns is silent: the two directory reactors, the mapping
+// reactor and the state machine of Led1.
+TEST(AgentReactorSlotTest, AReactorHeldAfterConfigReactorDelReactsToNothing) {
+  AgentHarness harness;
+  harness.publishMapping("Led1", {{"pY"}, {"pG"}, {"pR"}, {"pO"}});
+  harness.setLed("Led1", setting("g"));
+  harness.runPending();
+  Zel::Ptr<Pinlamp::ConfigReactor> const removed = harness.agent()->configReactorDel();
+  harness.clearTraces();
+
+  harness.publishMapping("Led2", {.red = {"q"}});
+  harness.setLed("Led2", setting("r"));
+  harness.setLed("Led1", setting("y"));
+  harness.mappingReadyIs("Led1", false);
+  harness.runPending();
+  harness.mappingReadyIs("Led1", true);
+  harness.runPending();
+
+  EXPECT_EQ(harness.traces(), Texts{});
+  EXPECT_EQ(removed->gpioLedConfig().size(), 1u);
+  EXPECT_EQ(removed->gpioLedStateMachine().size(), 1u);
+  EXPECT_EQ(harness.pinValues({"pY", "pG", "pR", "pO"}), "0100");
+  EXPECT_FALSE(harness.hasPin("q"));
+}
+
 TEST(AgentReactorSlotTest, AStartedAgentLeavesNothingBehind) {
   std::int64_t const agents = Zel::AllocTrackTypeInfo::of<Pinlamp::Agent>().live();
   std::int64_t const reactors = Zel::AllocTrackTypeInfo::of<Pinlamp::ConfigReactor>().live();

@@ -71,6 +71,11 @@ TEST_F(StatedbTest, NestedPathsMakeDirectoriesOnTheWayDown) {
   EXPECT_EQ(config->parent(), nullptr);
   EXPECT_EQ(database_->entityDel("hardware/led/config"), nullptr);
   EXPECT_EQ(database_->entityDel("nowhere/at/all"), nullptr);
+
+  // A top-level entity has the root for its directory.
+  Ptr<Zel::Entity> const top = database_->entity("hardware");
+  EXPECT_EQ(database_->entityDel("/hardware"), top);
+  EXPECT_EQ(database_->entity("hardware/led"), nullptr);
 }
 
 TEST_F(StatedbTest, RejectsPathsThroughNonDirectoriesAndMisnamedEntities) {

@@ -34,6 +34,16 @@ TEST_F(FlashTimingTest, RedFlashesAtHalfSecondPhases) {
   EXPECT_EQ(level8[1], "handleClockTimeout for Led1");
 }
 
+// The same colours with an interval are a different setting.
+TEST_F(FlashTimingTest, SteadyRedThenFlashingRedStartsFlashing) {
+  show(lit("r"));
+  Ptr<GpioLedStateMachine> machine = this->machine();
+  show(lit("r", 0.5));
+  advanceTo(1.0);
+  EXPECT_EQ(pins(), "0000");
+  EXPECT_EQ(machine->clockReactor()->timeMin(), 1.5);
+}
+
 TEST_F(FlashTimingTest, PreviousColourStaysUntilTheFirstTick) {
   show(lit("g"));
   Ptr<GpioLedStateMachine> machine = this->machine();
