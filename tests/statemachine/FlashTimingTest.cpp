@@ -44,16 +44,6 @@ TEST_F(FlashTimingTest, SteadyRedThenFlashingRedStartsFlashing) {
   EXPECT_EQ(machine->clockReactor()->timeMin(), 1.5);
 }
 
-TEST_F(FlashTimingTest, PreviousColourStaysUntilTheFirstTick) {
-  show(lit("g"));
-  Ptr<GpioLedStateMachine> machine = this->machine();
-  show(lit("r", 0.5));
-  advanceTo(0.49);
-  EXPECT_EQ(pins(), "0100");
-  advanceTo(0.5);
-  EXPECT_EQ(pins(), "0010");
-}
-
 TEST_F(FlashTimingTest, SteadySettingShowsAtOnceAndTheNextTickOnlyStopsTheTimer) {
   show(lit("r", 0.5));
   Ptr<GpioLedStateMachine> machine = this->machine();
