@@ -1,6 +1,6 @@
 #include "reactor/ConfigReactor.h"
 
-#include "agent/Trace.h"
+#include "trace/Trace.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"

@@ -28,6 +28,7 @@ class ConfigReactor : public Zel::PtrInterface {
    public:
     ZelGpioLedSystemConfigDir(Zel::Ptr<GpioLedSystemConfigDir const> const& directory,
                               ConfigReactor* owner);
+    using GpioLedSystemConfigDir::NotifieeConst::onGpioLeds;
     void onGpioLeds(Zel::Name name) override;
     void onGpioLedszelImmediate() override;
     void notifierIs(Zel::Ptr<GpioLedSystemConfigDir const> const& directory) override;
@@ -43,6 +44,7 @@ class ConfigReactor : public Zel::PtrInterface {
   class ZelHwLedConfigDir : public LedSystemConfigDir::NotifieeConst {
    public:
     ZelHwLedConfigDir(Zel::Ptr<LedSystemConfigDir const> const& directory, ConfigReactor* owner);
+    using LedSystemConfigDir::NotifieeConst::onLeds;
     void onLeds(Zel::Name name) override;
     void onLedszelImmediate() override {}
     ConfigReactor* owner() const noexcept { return owner_; }
