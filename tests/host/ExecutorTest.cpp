@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Executor.h"
+#include "host/script/Executor.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Exception.h"
