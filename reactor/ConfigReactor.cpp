@@ -2,11 +2,11 @@
 
 #include <cstdint>
 
-#include "agent/Trace.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
 #include "platform/zel/ValidPtr.h"
+#include "trace/Trace.h"
 
 namespace Pinlamp {
 

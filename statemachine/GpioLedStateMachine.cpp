@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <limits>
 
-#include "agent/Trace.h"
+#include "trace/Trace.h"
 #include "platform/zel/ActivityManager.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Assert.h"

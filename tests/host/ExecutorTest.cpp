@@ -50,6 +50,7 @@ class EchoAgent : public Warden::CAgent {
    public:
     Reactor(Zel::Ptr<Hardware::Led::LedSystemConfigDir const> const& dir, EchoAgent* owner)
         : NotifieeConst(dir), owner_(owner) {}
+    using NotifieeConst::onLeds;
     void onLeds(Zel::Name name) override { owner_->onLed(name); }
 
    private:

@@ -7,7 +7,6 @@
 #include "platform/model/CorvelGpioLedSystemConfigDir.h"
 #include "platform/model/GpioLedSystemConfigDir.h"
 #include "platform/model/LedSystemConfigDir.h"
-#include "platform/zel/ActivityManager.h"
 #include "platform/zel/Allocate.h"
 
 namespace {
@@ -16,8 +15,6 @@ using namespace Hardware::Gpio;
 using namespace Hardware::Led;
 
 TEST(KeyedDelTest, EachKeyedDelReturnsTheRemovedValueOrNothing) {
-  auto const loop = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
-
   Zel::Ptr<LedSystemConfigDir> const leds = Zel::allocate<LedSystemConfigDir>("config");
   Zel::Ptr<LedConfig> const led = leds->ledsIs("Led1");
   leds->themeIs("night", "dim");

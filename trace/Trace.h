@@ -1,5 +1,6 @@
-// The agent's one trace facility, "Pinlamp". Every record carries the source name "Pinlamp", a
-// line number and the function name; nothing is formatted unless the level is enabled.
+// The plug-in's one trace facility, "Pinlamp", at the bottom of the plug-in so that every layer
+// above may trace. Every record carries the source name "Pinlamp", a line number and the function
+// name; nothing is formatted unless the level is enabled.
 #pragma once
 
 #include "platform/zel/Trace.h"

@@ -1,4 +1,4 @@
-#include "agent/Trace.h"
+#include "trace/Trace.h"
 
 namespace Pinlamp {
 
