@@ -3,12 +3,12 @@
 #include <cstdint>
 #include <limits>
 
-#include "trace/Trace.h"
 #include "platform/zel/ActivityManager.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Assert.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
+#include "trace/Trace.h"
 
 // These preconditions guard writes to hardware state: they must stop the process in every build,
 // so they do not go through assert(), which release builds compile away.
@@ -82,7 +82,8 @@ void writePins(Zel::Ptr<CorvelGpioLedConfig> const& led, U32 value, PinColour co
   }
 }
 
-// Every colour's pins to `value`, through the public writers.
+// Every colour's pins to `value`. Through the public writers rather than writePins, so that each
+// colour's records carry its own writer's line.
 void writeEveryColour(GpioLedStateMachine& machine, Zel::Ptr<CorvelGpioLedConfig> const& led,
                       U32 value) {
   for (PinWriter const& writer : kPinWriters) (machine.*writer.write)(led, value);
