@@ -1,6 +1,7 @@
 #include "host/script/Publisher.h"
 
 #include <algorithm>
+#include <optional>
 #include <vector>
 
 namespace Host {
@@ -13,7 +14,7 @@ using Hardware::Gpio::PinNameSet;
 struct PinSetAccess {
   PinNameSet const& (GpioLedConfig::*get)() const noexcept;
   void (GpioLedConfig::*add)(Zel::Name const&, bool);
-  void (GpioLedConfig::*remove)(Zel::Name const&);
+  std::optional<bool> (GpioLedConfig::*remove)(Zel::Name const&);
 };
 
 // Indexed by Colour.
