@@ -6,7 +6,9 @@ namespace Drive {
 
 namespace {
 
-char const* valueText(bool lit) noexcept { return lit ? "1\n" : "0\n"; }
+char const* valueText(bool lit) noexcept {
+  return lit ? "1\n" : "0\n";
+}
 
 }  // namespace
 

@@ -28,8 +28,8 @@ class FileBackend final : public PinBackend {
   int writeValuesFile();
 
   std::string valuesFile_;
-  std::vector<ValueFile> own_;          // by pin position
-  std::vector<Shared> shared_;          // in map order
+  std::vector<ValueFile> own_;           // by pin position
+  std::vector<Shared> shared_;           // in map order
   std::vector<std::size_t> sharedSlot_;  // by pin position: index in shared_ + 1, 0 for none
 };
 

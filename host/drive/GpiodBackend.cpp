@@ -8,7 +8,9 @@ namespace Drive {
 
 namespace {
 
-std::string errorText(int error) { return std::strerror(error); }
+std::string errorText(int error) {
+  return std::strerror(error);
+}
 
 }  // namespace
 
@@ -57,8 +59,8 @@ std::vector<PinFault> GpiodBackend::claim(std::vector<PinClaim> const& pins) {
 void GpiodBackend::requestGroup(std::vector<Line> const& group, std::vector<PinFault>& faults) {
   for (std::size_t first = 0; first < group.size(); first += kLinesPerRequest) {
     std::vector<Line> const part(group.begin() + static_cast<std::ptrdiff_t>(first),
-                                 group.begin() + static_cast<std::ptrdiff_t>(
-                                                     std::min(group.size(), first + kLinesPerRequest)));
+                                 group.begin() + static_cast<std::ptrdiff_t>(std::min(
+                                                     group.size(), first + kLinesPerRequest)));
     int error = 0;
     if (requestLines(part, error)) continue;
     // One busy line refuses the whole request: find which, and drive the others together.
@@ -68,8 +70,7 @@ void GpiodBackend::requestGroup(std::vector<Line> const& group, std::vector<PinF
       if (!requestLines({line}, lineError)) {
         faults.push_back({line.pin, lineError,
                           "line " + std::to_string(line.offset) + " of GPIO chip '" +
-                              *line.chipName +
-                              "': " + errorText(lineError)});
+                              *line.chipName + "': " + errorText(lineError)});
         continue;
       }
       lines_->release(requests_.back().handle);

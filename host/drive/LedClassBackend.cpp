@@ -14,8 +14,9 @@ std::vector<PinFault> LedClassBackend::claim(std::vector<PinClaim> const& pins) 
     std::string what;
     if (int error = claimOne(claim, leds_[claim.pin], what)) {
       leds_[claim.pin] = Led{};
-      faults.push_back({claim.pin, error,
-                        "LED '" + claim.address->device + "': " + what + ": " + std::strerror(error)});
+      faults.push_back(
+          {claim.pin, error,
+           "LED '" + claim.address->device + "': " + what + ": " + std::strerror(error)});
     }
   }
   return faults;

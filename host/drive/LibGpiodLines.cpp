@@ -11,7 +11,9 @@ namespace {
 
 constexpr char kConsumer[] = "pinlamp";
 
-int lastError() noexcept { return errno != 0 ? errno : EIO; }
+int lastError() noexcept {
+  return errno != 0 ? errno : EIO;
+}
 
 class LibGpiodLines final : public GpioLines {
  public:

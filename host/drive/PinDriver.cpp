@@ -1,5 +1,6 @@
 #include "host/drive/PinDriver.h"
 
+#include <algorithm>
 #include <cstring>
 #include <utility>
 
@@ -101,8 +102,8 @@ void PinDriver::claimAll() {
     claims[static_cast<std::size_t>(pin.address->backend)].push_back({i, pin.address, pin.wanted});
   }
   if (!claims[0].empty()) {
-    backends_[0] = std::make_unique<GpiodBackend>(options_.gpioLines ? options_.gpioLines()
-                                                                     : libgpiodLines());
+    backends_[0] =
+        std::make_unique<GpiodBackend>(options_.gpioLines ? options_.gpioLines() : libgpiodLines());
   }
   if (!claims[1].empty()) backends_[1] = std::make_unique<LedClassBackend>(map_.sysfsRoot);
   if (!claims[2].empty()) backends_[2] = std::make_unique<FileBackend>(map_.valuesFile);
@@ -116,13 +117,16 @@ void PinDriver::claimAll() {
     auto const failed = backends_[b]->claim(claims[b]);
     faults.insert(faults.end(), failed.begin(), failed.end());
   }
+  // In map order, as a reader of the map goes through it.
+  std::sort(faults.begin(), faults.end(),
+            [](PinFault const& x, PinFault const& y) { return x.pin < y.pin; });
   for (PinFault const& fault : faults) {
     Pin& pin = pins_[fault.pin];
     pin.claimed = false;
     pin.shown.reset();
     pin.error = fault.text;
-    missing_.push_back(map_.where(*pin.address) + ": pin '" + pin.address->pin + "': " +
-                       fault.text);
+    missing_.push_back(map_.where(*pin.address) + ": pin '" + pin.address->pin +
+                       "': " + fault.text);
   }
   if (missing_.empty()) return;
   std::string text;
@@ -150,7 +154,8 @@ void PinDriver::follow(Zel::Name const& name) {
   auto& reactor = reactors_[index];
   if (reactor && entity && reactor->notifier() == entity.ptr()) return;
   detach(reactor);
-  if (entity) reactor = Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(entity), this, index);
+  if (entity)
+    reactor = Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(entity), this, index);
   // A pin whose configuration went away is no longer lit by anyone.
   onValue(index, entity && entity->value() != 0);
 }
@@ -242,7 +247,9 @@ void PinDriver::lampTest(double seconds) {
   markAll();
 }
 
-bool PinDriver::lampTestRunning() const noexcept { return lampOn_; }
+bool PinDriver::lampTestRunning() const noexcept {
+  return lampOn_;
+}
 
 void PinDriver::lampTestEnd() {
   lampOn_ = false;

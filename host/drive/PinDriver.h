@@ -44,8 +44,8 @@ class PinDriver {
 
   struct Pin {
     PinAddress const* address = nullptr;
-    bool wanted = false;              // what the agent shows
-    std::optional<bool> shown;        // what the hardware was last written to show
+    bool wanted = false;        // what the agent shows
+    std::optional<bool> shown;  // what the hardware was last written to show
     bool claimed = false;
     std::string error;                // the latest failure, empty once a write succeeds
     std::vector<int> errorsReported;  // kinds already logged for this pin

@@ -54,7 +54,8 @@ class TableReader {
   bool flag(std::string_view key) {
     toml::node const* node = find(key);
     if (!node) return false;
-    if (!node->is_boolean()) fail(lineOf(*node), "'" + std::string(key) + "' must be true or false");
+    if (!node->is_boolean())
+      fail(lineOf(*node), "'" + std::string(key) + "' must be true or false");
     return node->value<bool>().value_or(false);
   }
 
