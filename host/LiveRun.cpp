@@ -8,6 +8,7 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <sstream>
 
 #include "host/AgentPlugin.h"
 #include "host/Console.h"
@@ -19,6 +20,8 @@
 #include "host/ScriptParser.h"
 #include "host/SignalWatch.h"
 #include "host/TraceCollector.h"
+#include "host/drive/DriverReport.h"
+#include "host/drive/PinDriver.h"
 #include "platform/cell/Cell.h"
 
 namespace Host {
@@ -47,6 +50,7 @@ class LiveRun {
     console_.reset();
     signals_.reset();
     watcher_.reset();
+    driver_.reset();
     view_.reset();
     executor_.reset();  // the agent's last records still reach the host's sink
     Zel::traceSinkIs(nullptr);
@@ -77,6 +81,7 @@ class LiveRun {
         session.pins(), [&session] { return session.elapsed(); },
         [this](PinChange const& change) { view_->pinChanged(change); });
     announce(fromStdin);
+    if (!startDriver(session)) return 1;
     try {
       executor_->startAgent([this](std::string const& name) { return plugin_.createAgent(name); },
                             options_.agentName, fromStdin ? kStandardInput : options_.scripts[0]);
@@ -87,6 +92,7 @@ class LiveRun {
     startInput(fromStdin);
     drive();
     executor_->finish();
+    if (driver_) driver_->stop();
     return 0;
   }
 
@@ -96,7 +102,46 @@ class LiveRun {
     std::optional<ScriptLine> line;
     bool fromConsole = false;
     std::string error;
+    bool driverView = false;  // `show pins` goes on with the driver's view
   };
+
+  // Claims the mapped pins before the agent starts, so that a pin that cannot be driven stops
+  // the run before anything is lit.
+  bool startDriver(Session& session) {
+    if (options_.pinMap.empty()) return true;
+    try {
+      Drive::DriverOptions driverOptions;
+      driverOptions.partial = options_.pinsPartial;
+      driver_ = std::make_unique<Drive::PinDriver>(
+          Drive::loadPinMap(options_.pinMap), session.pins(), session.loop(),
+          [](std::string const& line) { std::cout << line << std::endl; }, driverOptions);
+    } catch (Drive::PinMapError const& error) {
+      std::cerr << "warden: " << error.what() << '\n';
+      return false;
+    } catch (Drive::DriveError const& error) {
+      std::cerr << "warden: pins that cannot be driven (--pins-partial drives the rest):\n"
+                << error.what() << '\n';
+      return false;
+    }
+    return true;
+  }
+
+  // `lamp test SECONDS`: a console command of the live run, as it needs the driver.
+  bool pinCommand(std::string const& text) {
+    std::istringstream words(text);
+    std::string first, second, extra;
+    double seconds = 0;
+    words >> first >> second;
+    if (first != "lamp" || second != "test") return false;
+    if (!(words >> seconds) || seconds <= 0 || (words >> extra)) {
+      queue_.push_back({std::nullopt, true, "lamp test needs a number of seconds"});
+    } else if (!driver_) {
+      queue_.push_back({std::nullopt, true, "lamp test needs --pins"});
+    } else {
+      driver_->lampTest(seconds);
+    }
+    return true;
+  }
 
   std::optional<Script> readScript() {
     if (options_.scripts.empty()) return Script{};
@@ -162,12 +207,19 @@ class LiveRun {
 
   void consoleLine(std::string const& text) {
     ++consoleLines_;
+    if (pinCommand(text)) {
+      wake();
+      return;
+    }
     ParsedLine parsed = parseLine(text);
     SourceLocation where{kStandardInput, consoleLines_};
     if (!parsed.error.empty()) {
       queue_.push_back({std::nullopt, true, where.text() + ": " + parsed.error});
     } else if (parsed.command) {
       queue_.push_back({ScriptLine{std::move(where), std::move(*parsed.command)}, true, {}});
+      if (driver_ && text.find("show") != std::string::npos && text.find("pins") != std::string::npos) {
+        queue_.push_back({std::nullopt, true, {}, true});
+      }
     }
     wake();  // also for a blank line: the prompt comes back
   }
@@ -194,6 +246,11 @@ class LiveRun {
       while (!quit_ && !queue_.empty()) {
         Queued next = std::move(queue_.front());
         queue_.pop_front();
+        if (next.driverView) {
+          Drive::showDriver(*driver_, std::cout);
+          std::cout.flush();
+          continue;
+        }
         if (!next.line) {
           std::cout << next.error << std::endl;
           continue;
@@ -215,6 +272,7 @@ class LiveRun {
   std::optional<Executor> executor_;
   std::unique_ptr<LiveView> view_;
   std::unique_ptr<PinWatcher> watcher_;
+  std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<SignalWatch> signals_;
   std::unique_ptr<Console> console_;
   std::deque<Queued> queue_;
