@@ -217,7 +217,8 @@ class LiveRun {
       queue_.push_back({std::nullopt, true, where.text() + ": " + parsed.error});
     } else if (parsed.command) {
       queue_.push_back({ScriptLine{std::move(where), std::move(*parsed.command)}, true, {}});
-      if (driver_ && text.find("show") != std::string::npos && text.find("pins") != std::string::npos) {
+      if (driver_ && text.find("show") != std::string::npos &&
+          text.find("pins") != std::string::npos) {
         queue_.push_back({std::nullopt, true, {}, true});
       }
     }

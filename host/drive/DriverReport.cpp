@@ -30,8 +30,8 @@ std::string driverSummary(PinDriver const& driver) {
     lit += pin.shown.value_or(false) ? 1 : 0;
     failing += pin.error.empty() ? 0 : 1;
   }
-  std::string text = "driver: " + std::to_string(driver.pins().size()) + " pins, " +
-                     std::to_string(lit) + " lit";
+  std::string text =
+      "driver: " + std::to_string(driver.pins().size()) + " pins, " + std::to_string(lit) + " lit";
   if (failing != 0) text += ", " + std::to_string(failing) + " failing";
   if (driver.lampTestRunning()) text += ", lamp test";
   return text;
