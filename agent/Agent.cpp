@@ -1,7 +1,7 @@
 #include "agent/Agent.h"
 
 #include "agent/AgentFactory.h"
-#include "agent/Trace.h"
+#include "trace/Trace.h"
 #include "platform/zel/Assert.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"

@@ -5,9 +5,9 @@
 #include <vector>
 
 #include "agent/AgentFactory.h"
-#include "host/Publisher.h"
-#include "host/Session.h"
 #include "host/drive/PinDriver.h"
+#include "host/run/Session.h"
+#include "host/script/Publisher.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "tests/drive/RecordingLines.h"
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "host/PinChangeLog.h"
-#include "host/PinWatcher.h"
+#include "host/live/PinChangeLog.h"
+#include "host/live/PinWatcher.h"
 #include "platform/zel/ActivityManager.h"
 #include "platform/zel/Allocate.h"
 

@@ -3,8 +3,8 @@
 #include <string>
 #include <vector>
 
-#include "host/Publisher.h"
-#include "host/ScriptParser.h"
+#include "host/script/Publisher.h"
+#include "host/script/ScriptParser.h"
 #include "platform/zel/ActivityManager.h"
 #include "platform/zel/Allocate.h"
 

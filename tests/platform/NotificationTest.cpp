@@ -22,6 +22,7 @@ class EntryWatcher : public Dir::NotifieeConst {
  public:
   EntryWatcher(Ptr<Dir const> const& dir, Log* log, std::string tag)
       : Dir::NotifieeConst(dir), log_(log), tag_(std::move(tag)) {}
+  using Dir::NotifieeConst::onEntry;
   void onEntry(Zel::Name name) override {
     log_->push_back(tag_ + ":" + name.stdString());
     if (onEntryDo) onEntryDo();
