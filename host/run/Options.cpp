@@ -86,6 +86,10 @@ class OptionReader {
       options.cell = parseCell(value());
     } else if (name == "--trace") {
       options.traces.push_back(parseTrace(value()));
+    } else if (name == "--pins") {
+      options.pinMap = value();
+    } else if (name == "--pins-partial" && equals == std::string::npos) {
+      options.pinsPartial = true;
     } else if (name == "--quiet" && equals == std::string::npos) {
       options.quiet = true;
     } else if (name == "--help" || name == "-h") {
@@ -127,6 +131,10 @@ options:
   --trace FACILITY[/LEVELS]  print the facility's trace records at LEVELS (such as 0-9 or
                              3,6,8; default all) to standard error; may be repeated
   --quiet                    print only what matters: failures, pin changes and summaries
+  --pins FILE                run: drive real LEDs (GPIO lines, LED class devices, files) as
+                             the pin map FILE says; warden does not start when a mapped pin
+                             cannot be claimed
+  --pins-partial             run: drive the pins that can be claimed and report the others
 )";
 }
 
