@@ -59,22 +59,6 @@ TEST(AgentLoadingTest, TheCxxFactoryIsExportedUnderItsMangledName) {
   EXPECT_EQ(agent->name(), Zel::Name("viaSymbol"));
 }
 
-TEST(AgentLoadingTest, FactoriesKeepTheHostsNameAndStartWithNothing) {
-  Zel::Ptr<Pinlamp::Agent> const agents[] = {
-      Pinlamp::agentFactory("ledAgent"),
-      Zel::ptrCast<Pinlamp::Agent>(Zel::newEntity("Pinlamp::Agent", "ledAgent", nullptr)),
-  };
-  for (Zel::Ptr<Pinlamp::Agent> const& agent : agents) {
-    ASSERT_NE(agent, nullptr);
-    EXPECT_EQ(agent->name(), Zel::Name("ledAgent"));
-    EXPECT_TRUE(agent->hasNotificationActive());
-    EXPECT_EQ(agent->gpioPinConfigDir(), nullptr);
-    EXPECT_EQ(agent->gpioLedSystemConfigDir(), nullptr);
-    EXPECT_EQ(agent->hwLedConfigDir(), nullptr);
-    EXPECT_EQ(agent->configReactor(), nullptr);
-  }
-}
-
 TEST(AgentLoadingTest, LoadingRegistersTheReactorTheAgentAndTheStateMachineInThatOrder) {
   std::vector<std::string> names;
   for (Zel::TypeNode const* node : Zel::typeNodes()) names.push_back(node->name().stdString());
