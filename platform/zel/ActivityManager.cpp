@@ -172,25 +172,23 @@ void ActivityManager::runLive(double until) {
   runPending();
 }
 
-void ActivityManager::waitForWork(double until) {
-  if (epollFd_ < 0) {
-    epollFd_ = ::epoll_create1(EPOLL_CLOEXEC);
-    timerFd_ = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
-    if (epollFd_ < 0 || timerFd_ < 0) {
-      throw std::system_error(errno, std::generic_category(), "activity loop set-up");
-    }
-    // Edge-triggered: re-arming the timer clears its expiry count, so it is never read.
-    epoll_event ev{};
-    ev.events = EPOLLIN | EPOLLET;
-    ev.data.fd = timerFd_;
-    ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, timerFd_, &ev);
-    for (auto const& [fd, handler] : fdHandlers_) {
-      epoll_event fdEvent{};
-      fdEvent.events = EPOLLIN;
-      fdEvent.data.fd = fd;
-      ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, fd, &fdEvent);
-    }
+void ActivityManager::ensureEpoll() {
+  if (epollFd_ >= 0) return;
+  epollFd_ = ::epoll_create1(EPOLL_CLOEXEC);
+  timerFd_ = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
+  if (epollFd_ < 0 || timerFd_ < 0) {
+    throw std::system_error(errno, std::generic_category(), "activity loop set-up");
   }
+  // Edge-triggered: re-arming the timer clears its expiry count, so it is never read.
+  epoll_event ev{};
+  ev.events = EPOLLIN | EPOLLET;
+  ev.data.fd = timerFd_;
+  ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, timerFd_, &ev);
+  for (auto const& [fd, watch] : fdWatches_) fdWatchUpdate(fd, false);
+}
+
+void ActivityManager::waitForWork(double until) {
+  ensureEpoll();
   if (hasPending()) return;
   // Spaced from the previous run rather than on a fixed grid: a reactor that re-arms from the
   // time it ran would land just after a grid point and wait almost a whole span every time.
@@ -206,34 +204,74 @@ void ActivityManager::waitForWork(double until) {
   epoll_event events[16];
   int n = ::epoll_wait(epollFd_, events, 16, -1);
   ++wakes_;
-  for (int i = 0; i < n; ++i) {
-    int fd = events[i].data.fd;
+  dispatch(events, n);
+}
+
+std::size_t ActivityManager::dispatch(epoll_event const* events, int count) {
+  std::size_t ran = 0;
+  for (int i = 0; i < count; ++i) {
+    int const fd = events[i].data.fd;
     if (fd == timerFd_) continue;
-    auto it = fdHandlers_.find(fd);
-    if (it == fdHandlers_.end()) continue;
-    auto handler = it->second;  // the handler may remove its own watch
-    try {
-      handler();
-    } catch (...) {
-      report(std::current_exception());
+    // Each handler may remove its own watch, or another's, so every look-up is fresh and the
+    // handler is copied before it runs.
+    std::uint32_t const ready = events[i].events;
+    bool const readable = (ready & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0;
+    bool const writable = (ready & (EPOLLOUT | EPOLLERR)) != 0;
+    for (bool const forRead : {true, false}) {
+      if (forRead ? !readable : !writable) continue;
+      auto it = fdWatches_.find(fd);
+      if (it == fdWatches_.end()) break;
+      auto handler = forRead ? it->second.onReadable : it->second.onWritable;
+      if (!handler) continue;
+      ++ran;
+      try {
+        handler();
+      } catch (...) {
+        report(std::current_exception());
+      }
     }
   }
+  return ran;
+}
+
+std::size_t ActivityManager::pollIo(double seconds) {
+  ensureEpoll();
+  runPending();
+  epoll_event events[16];
+  int const timeoutMs = seconds <= 0.0 ? 0 : static_cast<int>(std::ceil(seconds * 1000.0));
+  int const n = ::epoll_wait(epollFd_, events, 16, timeoutMs);
+  std::size_t const ran = n > 0 ? dispatch(events, n) : 0;
+  runPending();
+  return ran;
+}
+
+void ActivityManager::fdWatchUpdate(int fd, bool known) {
+  if (epollFd_ < 0) return;
+  auto it = fdWatches_.find(fd);
+  if (it == fdWatches_.end()) {
+    if (known) ::epoll_ctl(epollFd_, EPOLL_CTL_DEL, fd, nullptr);
+    return;
+  }
+  epoll_event ev{};
+  ev.events = (it->second.onReadable ? EPOLLIN : 0u) | (it->second.onWritable ? EPOLLOUT : 0u);
+  ev.data.fd = fd;
+  ::epoll_ctl(epollFd_, known ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, fd, &ev);
 }
 
 void ActivityManager::fdReadableIs(int fd, std::function<void()> onReadable) {
-  bool const known = fdHandlers_.count(fd) != 0;
-  if (!onReadable) {
-    if (known && epollFd_ >= 0) ::epoll_ctl(epollFd_, EPOLL_CTL_DEL, fd, nullptr);
-    fdHandlers_.erase(fd);
-    return;
-  }
-  fdHandlers_[fd] = std::move(onReadable);
-  if (!known && epollFd_ >= 0) {
-    epoll_event ev{};
-    ev.events = EPOLLIN;
-    ev.data.fd = fd;
-    ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, fd, &ev);
-  }
+  bool const known = fdWatches_.count(fd) != 0;
+  FdWatch& watch = fdWatches_[fd];
+  watch.onReadable = std::move(onReadable);
+  if (!watch.onReadable && !watch.onWritable) fdWatches_.erase(fd);
+  fdWatchUpdate(fd, known);
+}
+
+void ActivityManager::fdWritableIs(int fd, std::function<void()> onWritable) {
+  bool const known = fdWatches_.count(fd) != 0;
+  FdWatch& watch = fdWatches_[fd];
+  watch.onWritable = std::move(onWritable);
+  if (!watch.onReadable && !watch.onWritable) fdWatches_.erase(fd);
+  fdWatchUpdate(fd, known);
 }
 
 ActivityManager* activityManager() {
