@@ -62,8 +62,8 @@ class ScriptChecker {
       traces_.printedLevelsIs(facility, levels);
     }
     traces_.recordedLevelsIs(expectedTraceLevels(script));
-    Executor executor({Zel::ActivityManager::TimeSource::virtualTime, true}, traces_, out_,
-                      [this](SourceLocation const& where, std::string const& what) {
+    Executor executor({Zel::ActivityManager::TimeSource::virtualTime, true, options_.database},
+                      traces_, out_, [this](SourceLocation const& where, std::string const& what) {
                         out_ << where.text() << ": " << what << '\n';
                       });
     try {

@@ -37,10 +37,11 @@ class LiveRun {
   LiveRun(Options const& options, AgentPlugin plugin)
       : options_(options), plugin_(std::move(plugin)), traces_(kAgentTraceFacility, std::cerr) {
     Zel::traceSinkIs(&traces_);
-    executor_.emplace(Executor::Settings{Zel::ActivityManager::TimeSource::monotonic, false},
-                      traces_, std::cout, [](SourceLocation const& where, std::string const& what) {
-                        std::cout << where.text() << ": " << what << std::endl;
-                      });
+    executor_.emplace(
+        Executor::Settings{Zel::ActivityManager::TimeSource::monotonic, false, options_.database},
+        traces_, std::cout, [](SourceLocation const& where, std::string const& what) {
+          std::cout << where.text() << ": " << what << std::endl;
+        });
   }
 
   ~LiveRun() {

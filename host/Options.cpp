@@ -86,6 +86,12 @@ class OptionReader {
       options.cell = parseCell(value());
     } else if (name == "--trace") {
       options.traces.push_back(parseTrace(value()));
+    } else if (name == "--db") {
+      options.database.url = value();
+    } else if (name == "--db-password-file") {
+      options.database.passwordFile = value();
+    } else if (name == "--db-allow-insecure" && equals == std::string::npos) {
+      options.database.allowInsecure = true;
     } else if (name == "--quiet" && equals == std::string::npos) {
       options.quiet = true;
     } else if (name == "--help" || name == "-h") {
@@ -127,6 +133,12 @@ options:
   --trace FACILITY[/LEVELS]  print the facility's trace records at LEVELS (such as 0-9 or
                              3,6,8; default all) to standard error; may be repeated
   --quiet                    print only what matters: failures, pin changes and summaries
+  --db URL                   follow the inputs from, and write the pins to, a database server:
+                             unix:PATH[?db=N&user=NAME&password-file=FILE] or
+                             redis://[NAME@]HOST[:PORT][/N][?password-file=FILE]; check
+                             publishes each script's commands there, starting from empty tables
+  --db-password-file FILE    the database password, read from FILE (never given on the line)
+  --db-allow-insecure        allow TCP to another machine without credentials
 )";
 }
 

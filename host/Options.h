@@ -8,6 +8,13 @@
 
 namespace Host {
 
+// The state database on a server instead of the in-memory one.
+struct DatabaseOptions {
+  std::string url;           // empty: the in-memory database
+  std::string passwordFile;  // overrides the URL's password-file
+  bool allowInsecure = false;
+};
+
 struct Options {
   enum class Mode { run, check, help };
 
@@ -17,6 +24,7 @@ struct Options {
   std::uint32_t cell = 1;
   std::vector<std::pair<std::string, std::uint32_t>> traces;  // facility, levels
   bool quiet = false;
+  DatabaseOptions database;
   std::vector<std::string> scripts;
 };
 

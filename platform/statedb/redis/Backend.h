@@ -45,7 +45,9 @@ class Backend : private Link::Listener {
  private:
   void onLinkUp() override;
   void onLinkDown() override;
-  void onKeyTouched(std::string_view key) override { mirror_.keyTouched(key); }
+  void onKeyTouched(std::string_view key, std::string_view event) override {
+    mirror_.keyTouched(key, event);
+  }
   void afterIdle(std::function<void()> then);
 
   Zel::ActivityManager& loop_;

@@ -172,7 +172,11 @@ void Link::onMessage(redisReply const& reply) {
   redisReply const& channel = *reply.element[reply.elements - 2];
   std::string_view const name(channel.str, channel.len);
   if (kind == "pmessage" && name.starts_with(keyspacePrefix_)) {
-    if (listener_) listener_->onKeyTouched(name.substr(keyspacePrefix_.size()));
+    redisReply const& event = *reply.element[reply.elements - 1];
+    if (listener_) {
+      listener_->onKeyTouched(name.substr(keyspacePrefix_.size()),
+                              std::string_view(event.str, event.len));
+    }
   } else if (kind == "message" && name == probeChannel_) {
     redisReply const& payload = *reply.element[2];
     std::uint64_t token = 0;

@@ -34,8 +34,9 @@ class Link {
    public:
     virtual void onLinkUp() = 0;
     virtual void onLinkDown() = 0;
-    // A key of a followed table was touched (its keyspace notification arrived).
-    virtual void onKeyTouched(std::string_view key) = 0;
+    // A key of a followed table was touched by `event` ("hset", "del", ...): its keyspace
+    // notification arrived.
+    virtual void onKeyTouched(std::string_view key, std::string_view event) = 0;
 
    protected:
     ~Listener() = default;

@@ -74,7 +74,8 @@ Mirror::Mirror(Zel::ActivityManager& loop, Link& link,
                Hardware::Led::LedSystemConfigDir& leds, Log log)
     : loop_(loop), link_(link), mappings_(mappings), leds_(leds), log_(std::move(log)) {}
 
-void Mirror::keyTouched(std::string_view key) {
+void Mirror::keyTouched(std::string_view key, std::string_view event) {
+  if (event == "del") deleted_.emplace(key);
   auto reading = reading_.find(std::string(key));
   if (reading != reading_.end()) {
     reading->second = true;  // read again once the answer in flight is in
@@ -128,13 +129,15 @@ void Mirror::onHash(std::string const& key, redisReply const& reply) {
     KeyName const parts = *keyNameOf(key).value;
     Zel::Name const name(parts.name.data(), parts.name.size());
     Hash const hash = hashOfReply(reply);
-    if (parts.table == kLedTable) applyLed(key, name, hash);
-    if (parts.table == kMappingTable) applyMapping(key, name, hash);
+    bool const replaced = deleted_.erase(key) > 0;
+    if (parts.table == kLedTable) applyLed(key, name, hash, replaced);
+    if (parts.table == kMappingTable) applyMapping(key, name, hash, replaced);
   }
   quietCheck();
 }
 
-void Mirror::applyLed(std::string const& key, Zel::Name const& name, Hash const& hash) {
+void Mirror::applyLed(std::string const& key, Zel::Name const& name, Hash const& hash,
+                      bool replaced) {
   Zel::Ptr<Hardware::Led::LedConfig> held = leds_.leds(name);
   if (hash.empty()) {
     if (held) leds_.ledsDel(name);
@@ -142,7 +145,7 @@ void Mirror::applyLed(std::string const& key, Zel::Name const& name, Hash const&
   }
   auto decoded = lightSettingOf(hash, held ? held->lightSetting() : Led::LightSetting{});
   if (!decoded.value) return log_(refusalLine(key, decoded.refusal));
-  if (held) {
+  if (held && !replaced) {
     if (!sameLight(held->lightSetting(), *decoded.value)) held->lightSettingIs(*decoded.value);
     return;
   }
@@ -151,7 +154,8 @@ void Mirror::applyLed(std::string const& key, Zel::Name const& name, Hash const&
   leds_.ledsIs(config);
 }
 
-void Mirror::applyMapping(std::string const& key, Zel::Name const& name, Hash const& hash) {
+void Mirror::applyMapping(std::string const& key, Zel::Name const& name, Hash const& hash,
+                          bool replaced) {
   Zel::Ptr<GpioLedConfig> held = mappings_.gpioLeds(name);
   if (hash.empty()) {
     if (held) mappings_.gpioLedsDel(name);
@@ -159,12 +163,13 @@ void Mirror::applyMapping(std::string const& key, Zel::Name const& name, Hash co
   }
   auto decoded = mappingOf(hash);
   if (!decoded.value) return log_(refusalLine(key, decoded.refusal));
-  if (held && sameMapping(*held, *decoded.value)) return;
+  if (held && !replaced && sameMapping(*held, *decoded.value)) return;
   mappings_.gpioLedsIs(built(name, *decoded.value));
 }
 
 void Mirror::resync() {
   ++generation_;
+  deleted_.clear();  // what happened while no notification came is unknown
   reading_.clear();
   seen_.clear();
   scansOwed_ = 2;

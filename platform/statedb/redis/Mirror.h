@@ -25,7 +25,9 @@ class Mirror {
   Mirror(Zel::ActivityManager& loop, Link& link, Hardware::Gpio::GpioLedSystemConfigDir& mappings,
          Hardware::Led::LedSystemConfigDir& leds, Log log);
 
-  void keyTouched(std::string_view key);
+  // A key was touched; `event` is the notification's ("del" marks the entity as replaced when
+  // it is there again at the read, rather than changed).
+  void keyTouched(std::string_view key, std::string_view event = {});
   // Reads both tables whole; the link is up and subscribed.
   void resync();
   void linkDown();
@@ -39,8 +41,8 @@ class Mirror {
   void flush();
   void read(std::string const& key);
   void onHash(std::string const& key, redisReply const& reply);
-  void applyLed(std::string const& key, Zel::Name const& name, Hash const& hash);
-  void applyMapping(std::string const& key, Zel::Name const& name, Hash const& hash);
+  void applyLed(std::string const& key, Zel::Name const& name, Hash const& hash, bool replaced);
+  void applyMapping(std::string const& key, Zel::Name const& name, Hash const& hash, bool replaced);
   void scan(std::string const& table, std::string const& cursor);
   void scanDone();
   void removeUnseen();
@@ -58,6 +60,9 @@ class Mirror {
   bool flushQueued_ = false;
   std::size_t scansOwed_ = 0;
   std::unordered_set<std::string> seen_;
+  // Keys deleted since their last read: one that exists again at the read was replaced whole
+  // (DEL and HSET in one transaction) and is published as a new entity, as its writer meant.
+  std::unordered_set<std::string> deleted_;
   std::uint64_t generation_ = 0;
   std::uint64_t reads_ = 0;
   std::vector<std::function<void()>> quietWaiters_;
