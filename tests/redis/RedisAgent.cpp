@@ -61,7 +61,7 @@ void RedisAgent::advance(double seconds) {
 }
 
 void RedisAgent::publishLed(std::string const& led, Led::LightSetting const& light) {
-  publisher_->hashIs(keyOf(kLedTable, led), hashOf(light), true);
+  publisher_->hashIs(keyOf(kLedTable, led), hashOf(light), false);
 }
 
 void RedisAgent::publishMapping(std::string const& led, PinNames const& pins, bool ready) {
@@ -70,7 +70,7 @@ void RedisAgent::publishMapping(std::string const& led, PinNames const& pins, bo
                {"red", joined(pins.red)},
                {"orange", joined(pins.orange)},
                {"ready", ready ? "1" : "0"}};
-  publisher_->hashIs(keyOf(kMappingTable, led), hash, true);
+  publisher_->hashIs(keyOf(kMappingTable, led), hash, false);
 }
 
 std::map<std::string, std::string> RedisAgent::agentPins() {
