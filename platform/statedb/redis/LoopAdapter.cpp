@@ -12,27 +12,39 @@ struct Attachment {
   Zel::ActivityManager* loop;
   redisAsyncContext* context;
   int fd;
+  // The client asks for write readiness on every command it queues; the loop is told only
+  // when the watch changes, not once per command.
+  bool reading = false;
+  bool writing = false;
 };
 
 void addRead(void* data) {
   auto* a = static_cast<Attachment*>(data);
+  if (a->reading) return;
+  a->reading = true;
   redisAsyncContext* context = a->context;
   a->loop->fdReadableIs(a->fd, [context] { redisAsyncHandleRead(context); });
 }
 
 void delRead(void* data) {
   auto* a = static_cast<Attachment*>(data);
+  if (!a->reading) return;
+  a->reading = false;
   a->loop->fdReadableIs(a->fd, nullptr);
 }
 
 void addWrite(void* data) {
   auto* a = static_cast<Attachment*>(data);
+  if (a->writing) return;
+  a->writing = true;
   redisAsyncContext* context = a->context;
   a->loop->fdWritableIs(a->fd, [context] { redisAsyncHandleWrite(context); });
 }
 
 void delWrite(void* data) {
   auto* a = static_cast<Attachment*>(data);
+  if (!a->writing) return;
+  a->writing = false;
   a->loop->fdWritableIs(a->fd, nullptr);
 }
 

@@ -189,7 +189,7 @@ void Mirror::linkDown() {
 
 void Mirror::scan(std::string const& table, std::string const& cursor) {
   std::uint64_t const generation = generation_;
-  link_.command({"SCAN", cursor, "MATCH", table + "|*", "COUNT", "1000"},
+  link_.command({"SCAN", cursor, "MATCH", table + "|*", "COUNT", kScanCount},
                 [this, table, generation](redisReply const& reply) {
                   if (generation != generation_) return;
                   if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {

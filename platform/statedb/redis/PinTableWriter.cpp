@@ -133,7 +133,7 @@ void PinTableWriter::linkDown() {
 void PinTableWriter::scan(std::string const& cursor) {
   std::uint64_t const generation = generation_;
   link_.command(
-      {"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", "1000"},
+      {"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
       [this, generation](redisReply const& reply) {
         if (generation != generation_) return;
         std::string next = "0";

@@ -60,6 +60,10 @@ struct Mapping {
 Decoded<Mapping> mappingOf(Hash const& hash);
 Hash hashOf(Mapping const& mapping);
 
+// Keys examined per SCAN step. The tables share one keyspace, so a step of a large database
+// finds only a share of its keys in the table scanned; big steps keep the round trips few.
+inline constexpr char kScanCount[] = "10000";
+
 // GPIO_PIN: value ("0"/"1").
 inline constexpr char kPinValueField[] = "value";
 

@@ -134,7 +134,7 @@ std::vector<std::string> TablePublisher::keys(std::string const& pattern) {
   std::vector<std::string> found;
   std::string cursor = "0";
   do {
-    ReplyPtr reply = run({"SCAN", cursor, "MATCH", pattern, "COUNT", "1000"});
+    ReplyPtr reply = run({"SCAN", cursor, "MATCH", pattern, "COUNT", kScanCount});
     if (reply->type != REDIS_REPLY_ARRAY || reply->elements != 2) break;
     cursor = replyText(*reply->element[0]);
     for (std::size_t i = 0; i < reply->element[1]->elements; ++i) {
@@ -150,6 +150,29 @@ void TablePublisher::tableClear(std::string const& table) {
 
 std::string TablePublisher::command(std::vector<std::string> const& args) {
   return text(*run(args));
+}
+
+void TablePublisher::pipelined(std::vector<std::vector<std::string>> const& commands) {
+  if (!context_ || context_->err) {
+    std::string error;
+    if (!connect(error)) throw std::runtime_error(error);
+  }
+  for (auto const& args : commands) {
+    std::vector<char const*> argv;
+    std::vector<std::size_t> lengths;
+    for (auto const& arg : args) {
+      argv.push_back(arg.data());
+      lengths.push_back(arg.size());
+    }
+    redisAppendCommandArgv(context_, static_cast<int>(args.size()), argv.data(), lengths.data());
+  }
+  for (std::size_t i = 0; i < commands.size(); ++i) {
+    void* reply = nullptr;
+    if (redisGetReply(context_, &reply) != REDIS_OK) {
+      throw std::runtime_error(std::string("database connection: ") + context_->errstr);
+    }
+    freeReplyObject(reply);
+  }
 }
 
 Hash TablePublisher::hash(std::string const& key) {

@@ -39,6 +39,8 @@ class TablePublisher {
   // Any command; the reply as text (arrays joined by spaces, nil as "(nil)"). Throws
   // std::runtime_error when the connection breaks.
   std::string command(std::vector<std::string> const& args);
+  // Sends every command before reading any reply: many writes for the price of one round trip.
+  void pipelined(std::vector<std::vector<std::string>> const& commands);
   // The hash at `key`, empty when absent.
   Hash hash(std::string const& key);
   std::vector<std::string> keys(std::string const& pattern);
