@@ -11,8 +11,8 @@
 #include "fuzz/AllocationBalance.h"
 #include "fuzz/MappingReadiness.h"
 #include "fuzz/WaitBudget.h"
-#include "host/Executor.h"
-#include "host/TraceCollector.h"
+#include "host/script/Executor.h"
+#include "host/run/TraceCollector.h"
 #include "platform/cell/Cell.h"
 
 namespace WardenFuzz {
@@ -72,7 +72,12 @@ class ScriptPlayer {
       Host::MappingCommand ready;
       ready.led = led;
       ready.ready = true;
-      step(Host::ScriptLine{{kInputName, 0}, ready});
+      // Built member by member: GCC 12 in Release sees the nested aggregate's string as
+      // possibly uninitialised.
+      Host::ScriptLine line;
+      line.where.file = kInputName;
+      line.command = std::move(ready);
+      step(line);
     }
     executor_.finish();
   }
@@ -120,9 +125,6 @@ void runScript(Host::Script const& script) {
 
 int runScriptBytes(std::uint8_t const* data, std::size_t size) {
   Cell::cellIdIs(1);
-  // The previous input's activity loop stays until the next one replaces it; making one now
-  // keeps the very first input's count of loop objects level with every later one's.
-  Zel::activityManager();
   AllocationBalance const balance;
   std::istringstream in(std::string(reinterpret_cast<char const*>(data), size));
   runScript(Host::parseScript(kInputName, in));

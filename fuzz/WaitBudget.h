@@ -4,7 +4,7 @@
 // Without flashing nothing ticks and waits are left as written.
 #pragma once
 
-#include "host/ScriptParser.h"
+#include "host/script/ScriptParser.h"
 
 namespace WardenFuzz {
 

@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "host/CheckRun.h"
-#include "host/LiveRun.h"
-#include "host/Options.h"
+#include "host/script/CheckRun.h"
+#include "host/live/LiveRun.h"
+#include "host/run/Options.h"
 
 int main(int argc, char** argv) {
   std::vector<std::string> const arguments(argv + 1, argv + argc);

@@ -1,14 +1,46 @@
 #include "reactor/ConfigReactor.h"
 
-#include "agent/Trace.h"
+#include <cstdint>
+
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
 #include "platform/zel/ValidPtr.h"
+#include "trace/Trace.h"
 
 namespace Pinlamp {
 
+using Hardware::Gpio::PinColour;
+
 namespace {
+
+// The line numbers that this file's trace records carry. They are part of the trace output
+// format, which readers of the trace match on, so they are fixed rather than taken from where
+// the calls happen to sit in this file.
+namespace TraceLine {
+constexpr std::uint32_t createDriver = 225;
+constexpr std::uint32_t creatingStateMachine = 234;
+constexpr std::uint32_t deletingStateMachine = 238;
+constexpr std::uint32_t createLedConfig = 246;
+constexpr std::uint32_t createdYellowPin = 263;
+constexpr std::uint32_t createdGreenPin = 273;
+constexpr std::uint32_t createdRedPin = 283;
+constexpr std::uint32_t createdOrangePin = 293;
+constexpr std::uint32_t handleGpioConfigCleanup = 302;
+}  // namespace TraceLine
+
+// What createLedConfig records for each pin it adds, per colour.
+struct CreatedPinTrace {
+  PinColour colour;
+  char const* text;
+  std::uint32_t line;
+};
+constexpr CreatedPinTrace kCreatedPinTraces[] = {
+    {PinColour::yellow, "created yellow pin '", TraceLine::createdYellowPin},
+    {PinColour::green, "created green pin '", TraceLine::createdGreenPin},
+    {PinColour::red, "created red pin '", TraceLine::createdRedPin},
+    {PinColour::orange, "created orange pin '", TraceLine::createdOrangePin},
+};
 
 Zel::String reinstantiationText(char const* attribute, void const* newValue,
                                 void const* currentValue) {
@@ -136,23 +168,19 @@ void ConfigReactor::resynchronise() {
   }
 }
 
-ConfigReactor::ZelGpioLedSystemConfigDir::ZelGpioLedSystemConfigDir(
-    Zel::Ptr<GpioLedSystemConfigDir const> const& directory, ConfigReactor* owner)
-    : GpioLedSystemConfigDir::NotifieeConst(directory), owner_(owner) {}
-
 void ConfigReactor::ZelGpioLedSystemConfigDir::onGpioLeds(Zel::Name name) {
   GpioLedSystemConfigDir const* directory = notifier();
-  if (!directory || !owner_) return;
+  if (!directory || !owner()) return;
   if (Zel::Ptr<GpioLedConfig> mapping = directory->gpioLeds(name)) {
-    owner_->gpioLedConfigIs(mapping);
+    owner()->gpioLedConfigIs(mapping);
   } else {
-    owner_->gpioLedConfigDel(name);
+    owner()->gpioLedConfigDel(name);
   }
 }
 
 void ConfigReactor::ZelGpioLedSystemConfigDir::onGpioLedszelImmediate() {
-  if (!notifier() || !owner_) return;
-  owner_->resynchronise();
+  if (!notifier() || !owner()) return;
+  owner()->resynchronise();
 }
 
 void ConfigReactor::ZelGpioLedSystemConfigDir::notifierIs(
@@ -160,16 +188,12 @@ void ConfigReactor::ZelGpioLedSystemConfigDir::notifierIs(
   if (directory.ptr() == notifier()) return;
   GpioLedSystemConfigDir::NotifieeConst::notifierIs(directory);
   // A null directory removes nothing: the LEDs stay as they are until a directory returns.
-  if (directory && owner_) owner_->resynchronise();
+  if (directory && owner()) owner()->resynchronise();
 }
 
-ConfigReactor::ZelHwLedConfigDir::ZelHwLedConfigDir(
-    Zel::Ptr<LedSystemConfigDir const> const& directory, ConfigReactor* owner)
-    : LedSystemConfigDir::NotifieeConst(directory), owner_(owner) {}
-
 void ConfigReactor::ZelHwLedConfigDir::onLeds(Zel::Name name) {
-  if (isMarkedForDeletion() || !owner_) return;
-  owner_->createDriver(name);
+  if (isMarkedForDeletion() || !owner()) return;
+  owner()->createDriver(name);
 }
 
 // --- per-LED mapping reactors ---------------------------------------------------------------
@@ -224,9 +248,7 @@ void ConfigReactor::zel_handleGpioLedConfig(ZelGpioLedConfig* reactor) {
 
 ConfigReactor::ZelGpioLedConfig::ZelGpioLedConfig(Zel::Ptr<GpioLedConfig const> const& mapping,
                                                   ConfigReactor* owner)
-    : GpioLedConfig::NotifieeConst(mapping),
-      key_(mapping ? mapping->name() : Zel::Name()),
-      owner_(owner) {
+    : OwnedNotifiee(mapping, owner), key_(mapping ? mapping->name() : Zel::Name()) {
   if (mapping) createLedConfig();
 }
 
@@ -245,17 +267,17 @@ void ConfigReactor::ZelGpioLedConfig::notifierIs(Zel::Ptr<GpioLedConfig const> c
 void ConfigReactor::ZelGpioLedConfig::zelDoZombieReactors(bool zombie) noexcept {
   if (isMarkedForDeletion() == zombie) return;
   if (notifier()) hasNotificationActiveIs(!zombie);
-  if (owner_) owner_->zel_handleGpioLedConfig(this);
+  if (owner()) owner()->zel_handleGpioLedConfig(this);
   markedForDeletionFlagIs(zombie);
 }
 
 void ConfigReactor::ZelGpioLedConfig::createLedConfig() {
   GpioLedConfig const& mapping = Zel::validPtr(notifier());
-  PINLAMP_TRACE(9, 246, "createLedConfig",
+  PINLAMP_TRACE(9, TraceLine::createLedConfig, "createLedConfig",
                 "createLedConfig"
                     << " " << mapping.name());
   if (!mapping.ready()) return;
-  ConfigReactor& owner = Zel::validPtr(owner_);
+  ConfigReactor& owner = Zel::validPtr(this->owner());
   Zel::Ptr<CorvelGpioLedConfig> output =
       Zel::validPtr(owner.corvelLedSystemConfig_).gpioLedsIs(mapping.name());
   Zel::Dir& pins = Zel::validPtr(owner.gpioPinConfigDir_);
@@ -264,21 +286,11 @@ void ConfigReactor::ZelGpioLedConfig::createLedConfig() {
     pins.entryIs(pinName, pinType);
     return Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(pins.entityRef(pinName));
   };
-  for (auto member : mapping.gpioYellowName()) {
-    output->gpioYellowIs(pinFor(member.key));
-    PINLAMP_TRACE(6, 263, "createLedConfig", "created yellow pin '" << member.key << "'");
-  }
-  for (auto member : mapping.gpioGreenName()) {
-    output->gpioGreenIs(pinFor(member.key));
-    PINLAMP_TRACE(6, 273, "createLedConfig", "created green pin '" << member.key << "'");
-  }
-  for (auto member : mapping.gpioRedName()) {
-    output->gpioRedIs(pinFor(member.key));
-    PINLAMP_TRACE(6, 283, "createLedConfig", "created red pin '" << member.key << "'");
-  }
-  for (auto member : mapping.gpioOrangeName()) {
-    output->gpioOrangeIs(pinFor(member.key));
-    PINLAMP_TRACE(6, 293, "createLedConfig", "created orange pin '" << member.key << "'");
+  for (CreatedPinTrace const& colour : kCreatedPinTraces) {
+    for (auto member : mapping.pinNames(colour.colour)) {
+      output->pinsIs(colour.colour, pinFor(member.key));
+      PINLAMP_TRACE(6, colour.line, "createLedConfig", colour.text << member.key << "'");
+    }
   }
   owner.createDriver(mapping.name());
 }
@@ -352,7 +364,7 @@ void ConfigReactor::handleInitialized() {
 // --- per-LED decisions ----------------------------------------------------------------------
 
 void ConfigReactor::createDriver(Zel::Name const& name) {
-  PINLAMP_TRACE(9, 225, "createDriver",
+  PINLAMP_TRACE(9, TraceLine::createDriver, "createDriver",
                 "createDriver"
                     << " " << name);
   Zel::Ptr<CorvelGpioLedConfig> output = Zel::validPtr(corvelLedSystemConfig_).gpioLeds(name);
@@ -361,16 +373,18 @@ void ConfigReactor::createDriver(Zel::Name const& name) {
   Zel::Ptr<LedConfig const> ledConfig = leds ? leds->leds(name) : nullptr;
   Zel::Ptr<GpioLedConfig const> mapping = mappings ? mappings->gpioLeds(name) : nullptr;
   if (mapping && mapping->ready() && output && ledConfig) {
-    PINLAMP_TRACE(9, 234, "createDriver", "Creating Gpio Led SM for " << name);
+    PINLAMP_TRACE(9, TraceLine::creatingStateMachine, "createDriver",
+                  "Creating Gpio Led SM for " << name);
     gpioLedStateMachineIs(output, ledConfig);
   } else {
-    PINLAMP_TRACE(9, 238, "createDriver", "Deleting Gpio Led SM for " << name);
+    PINLAMP_TRACE(9, TraceLine::deletingStateMachine, "createDriver",
+                  "Deleting Gpio Led SM for " << name);
     gpioLedStateMachineDel(name);
   }
 }
 
 void ConfigReactor::handleGpioConfigCleanup(Zel::Name const& name) {
-  PINLAMP_TRACE(9, 302, "handleGpioConfigCleanup",
+  PINLAMP_TRACE(9, TraceLine::handleGpioConfigCleanup, "handleGpioConfigCleanup",
                 "handleGpioConfigCleanup"
                     << " " << name);
   CorvelGpioLedSystemConfigDir& ledSystem = Zel::validPtr(corvelLedSystemConfig_);
@@ -378,9 +392,8 @@ void ConfigReactor::handleGpioConfigCleanup(Zel::Name const& name) {
   Zel::Ptr<CorvelGpioLedConfig> output = ledSystem.gpioLeds(name);
   CorvelGpioLedConfig& led = Zel::validPtr(output);
   Zel::Dir& pins = Zel::validPtr(gpioPinConfigDir_);
-  for (auto const* colour :
-       {&led.gpioYellow(), &led.gpioGreen(), &led.gpioRed(), &led.gpioOrange()}) {
-    for (auto member : *colour) pins.entryDel(member.key);
+  for (PinColour colour : Hardware::Gpio::kPinColours) {
+    for (auto member : led.pins(colour)) pins.entryDel(member.key);
   }
   ledSystem.gpioLedsDel(name);
   createDriver(name);

@@ -10,6 +10,7 @@
 #include "platform/model/LedSystemConfigDir.h"
 #include "platform/zel/Dir.h"
 #include "platform/zel/NameMap.h"
+#include "platform/zel/OwnedNotifiee.h"
 #include "platform/zel/Ptr.h"
 #include "platform/zel/PtrInterface.h"
 #include "statemachine/GpioLedStateMachine.h"
@@ -24,36 +25,29 @@ using Hardware::Led::LedSystemConfigDir;
 class ConfigReactor : public Zel::PtrInterface {
  public:
   // Watches the mapping directory: one per-LED reactor per entry.
-  class ZelGpioLedSystemConfigDir : public GpioLedSystemConfigDir::NotifieeConst {
+  class ZelGpioLedSystemConfigDir
+      : public Zel::OwnedNotifiee<GpioLedSystemConfigDir::NotifieeConst, ConfigReactor> {
    public:
-    ZelGpioLedSystemConfigDir(Zel::Ptr<GpioLedSystemConfigDir const> const& directory,
-                              ConfigReactor* owner);
+    using GpioLedSystemConfigDir::NotifieeConst::onGpioLeds;
+    using OwnedNotifiee::OwnedNotifiee;
     void onGpioLeds(Zel::Name name) override;
     void onGpioLedszelImmediate() override;
     void notifierIs(Zel::Ptr<GpioLedSystemConfigDir const> const& directory) override;
-    ConfigReactor* owner() const noexcept { return owner_; }
-    void ownerIs(ConfigReactor* owner) noexcept { owner_ = owner; }
-
-   private:
-    ConfigReactor* owner_;
   };
 
   // Watches the LED configuration directory: an LED configuration arriving or leaving decides
   // whether that LED has a state machine.
-  class ZelHwLedConfigDir : public LedSystemConfigDir::NotifieeConst {
+  class ZelHwLedConfigDir
+      : public Zel::OwnedNotifiee<LedSystemConfigDir::NotifieeConst, ConfigReactor> {
    public:
-    ZelHwLedConfigDir(Zel::Ptr<LedSystemConfigDir const> const& directory, ConfigReactor* owner);
+    using LedSystemConfigDir::NotifieeConst::onLeds;
+    using OwnedNotifiee::OwnedNotifiee;
     void onLeds(Zel::Name name) override;
     void onLedszelImmediate() override {}
-    ConfigReactor* owner() const noexcept { return owner_; }
-    void ownerIs(ConfigReactor* owner) noexcept { owner_ = owner; }
-
-   private:
-    ConfigReactor* owner_;
   };
 
   // Watches one LED's mapping: builds its output pin configuration once it is ready.
-  class ZelGpioLedConfig : public GpioLedConfig::NotifieeConst {
+  class ZelGpioLedConfig : public Zel::OwnedNotifiee<GpioLedConfig::NotifieeConst, ConfigReactor> {
    public:
     ZelGpioLedConfig(Zel::Ptr<GpioLedConfig const> const& mapping, ConfigReactor* owner);
     // The key in the owner's collection: the watched mapping's name.
@@ -63,12 +57,9 @@ class ConfigReactor : public Zel::PtrInterface {
     void notifierIs(Zel::Ptr<GpioLedConfig const> const& mapping) override;
     // Retiring the reactor cleans its LED up (pins, output entry, state machine).
     void zelDoZombieReactors(bool zombie) noexcept override;
-    ConfigReactor* owner() const noexcept { return owner_; }
-    void ownerIs(ConfigReactor* owner) noexcept { owner_ = owner; }
 
    private:
     Zel::Name key_;
-    ConfigReactor* owner_;
   };
 
   ConfigReactor(Zel::Ptr<GpioLedSystemConfigDir const> const& gpioLedSystemConfigDir,

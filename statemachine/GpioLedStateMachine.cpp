@@ -1,13 +1,14 @@
 #include "statemachine/GpioLedStateMachine.h"
 
+#include <cstdint>
 #include <limits>
 
-#include "agent/Trace.h"
 #include "platform/zel/ActivityManager.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Assert.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
+#include "trace/Trace.h"
 
 // These preconditions guard writes to hardware state: they must stop the process in every build,
 // so they do not go through assert(), which release builds compile away.
@@ -37,11 +38,37 @@ void retire(Zel::Ptr<Reactor>& reactor) {
   reactor = nullptr;
 }
 
+using Hardware::Gpio::PinColour;
+using PinWriterMember = void (GpioLedStateMachine::*)(Zel::Ptr<CorvelGpioLedConfig> const&, U32);
+
+// The four pin writers, in the order in which every caller runs them.
+struct PinWriter {
+  PinColour colour;
+  bool Led::LightSetting::*lit;
+  PinWriterMember write;
+  char const* function;  // names the writer in its records
+  char const* pinLabel;  // opens each change record
+};
+constexpr PinWriter kPinWriters[] = {
+    {PinColour::yellow, &Led::LightSetting::yellow, &GpioLedStateMachine::handleCorvelGpioYellow,
+     "handleCorvelGpioYellow", "Corvel Yellow Pin: "},
+    {PinColour::green, &Led::LightSetting::green, &GpioLedStateMachine::handleCorvelGpioGreen,
+     "handleCorvelGpioGreen", "Corvel Green Pin: "},
+    {PinColour::red, &Led::LightSetting::red, &GpioLedStateMachine::handleCorvelGpioRed,
+     "handleCorvelGpioRed", "Corvel Red Pin: "},
+    {PinColour::orange, &Led::LightSetting::orange, &GpioLedStateMachine::handleCorvelGpioOrange,
+     "handleCorvelGpioOrange", "Corvel Orange Pin: "},
+};
+
 // One colour of one LED: writes `value` to every pin, tracing each pin whose value really changed.
-// `function` names the public writer in the records; `pinLabel` opens each change record.
-void writeColour(Zel::Ptr<CorvelGpioLedConfig> const& led, Hardware::Gpio::PinConfigs const& pins,
-                 U32 value, char const* function, char const* pinLabel) {
-  PINLAMP_TRACE(9, __LINE__, function, function << " " << led->name());
+// The records and the assertion carry `line`, the public writer's own, so that each colour's
+// records stay told apart by line as well as by text.
+void writePins(Zel::Ptr<CorvelGpioLedConfig> const& led, U32 value, PinColour colour,
+               std::uint32_t line) {
+  PinWriter const& writer = kPinWriters[Hardware::Gpio::indexOf(colour)];
+  if (!led) Zel::assertionFailed("led", "Pinlamp", line, writer.function);
+  PINLAMP_TRACE(9, line, writer.function, writer.function << " " << led->name());
+  Hardware::Gpio::PinConfigs const& pins = led->pins(colour);
   // Walked by position, not by copying each member: a tick runs this for every pin it writes.
   for (auto it = pins.begin(); it != pins.end(); ++it) {
     Hardware::Gpio::CorvelPinConfig* pin = it.value().ptr();
@@ -49,9 +76,24 @@ void writeColour(Zel::Ptr<CorvelGpioLedConfig> const& led, Hardware::Gpio::PinCo
     U32 const oldValue = pin->value();
     if (value == oldValue) continue;
     pin->valueIs(value);
-    PINLAMP_TRACE(
-        6, __LINE__, function,
-        pinLabel << pin->name() << "  OldValue: " << oldValue << " NewValue: " << pin->value());
+    PINLAMP_TRACE(6, line, writer.function,
+                  writer.pinLabel << pin->name() << "  OldValue: " << oldValue
+                                  << " NewValue: " << pin->value());
+  }
+}
+
+// Every colour's pins to `value`. Through the public writers rather than writePins, so that each
+// colour's records carry its own writer's line.
+void writeEveryColour(GpioLedStateMachine& machine, Zel::Ptr<CorvelGpioLedConfig> const& led,
+                      U32 value) {
+  for (PinWriter const& writer : kPinWriters) (machine.*writer.write)(led, value);
+}
+
+// The pins of the colours that `setting` lights to 1; the others are left alone.
+void lightColours(GpioLedStateMachine& machine, Zel::Ptr<CorvelGpioLedConfig> const& led,
+                  Led::LightSetting const& setting) {
+  for (PinWriter const& writer : kPinWriters) {
+    if (setting.*writer.lit) (machine.*writer.write)(led, 1);
   }
 }
 
@@ -59,20 +101,12 @@ void writeColour(Zel::Ptr<CorvelGpioLedConfig> const& led, Hardware::Gpio::PinCo
 
 // --- Nested reactors -----------------------------------------------------------------------------
 
-GpioLedStateMachine::ZelHwLedConfig::ZelHwLedConfig(Zel::Ptr<LedConfig const> const& ledConfig,
-                                                    GpioLedStateMachine* owner)
-    : LedConfig::NotifieeConst(ledConfig), owner_(owner) {}
-
 void GpioLedStateMachine::ZelHwLedConfig::onLightSetting() {
-  if (owner_ && isLive()) owner_->handleHwLedConfig();
+  if (owner() && isLive()) owner()->handleHwLedConfig();
 }
 
-GpioLedStateMachine::ZelClock::ZelClock(Zel::Ptr<Zel::Clock const> const& clock,
-                                        GpioLedStateMachine* owner)
-    : Zel::Clock::NotifieeConst(clock), owner_(owner) {}
-
 void GpioLedStateMachine::ZelClock::onTime() {
-  if (owner_ && isLive()) owner_->handleClockTimeout();
+  if (owner() && isLive()) owner()->handleClockTimeout();
 }
 
 // --- Life ----------------------------------------------------------------------------------------
@@ -208,15 +242,9 @@ void GpioLedStateMachine::handleLedSystemConfig(Zel::Name /*ledSystemConfig*/,
   if (setting.flashInterval == 0.0) {
     if (!corvelGpioLedConfig_) return;
     // Every colour goes dark before the lit ones come on, so no stale colour survives a change.
-    handleCorvelGpioYellow(corvelGpioLedConfig_, 0);
-    handleCorvelGpioGreen(corvelGpioLedConfig_, 0);
-    handleCorvelGpioRed(corvelGpioLedConfig_, 0);
-    handleCorvelGpioOrange(corvelGpioLedConfig_, 0);
+    writeEveryColour(*this, corvelGpioLedConfig_, 0);
     if (!corvelGpioLedConfig_) return;
-    if (setting.yellow) handleCorvelGpioYellow(corvelGpioLedConfig_, 1);
-    if (setting.green) handleCorvelGpioGreen(corvelGpioLedConfig_, 1);
-    if (setting.red) handleCorvelGpioRed(corvelGpioLedConfig_, 1);
-    if (setting.orange) handleCorvelGpioOrange(corvelGpioLedConfig_, 1);
+    lightColours(*this, corvelGpioLedConfig_, setting);
     // A timer still running from an earlier flashing setting stops itself at its next tick.
     return;
   }
@@ -245,16 +273,8 @@ void GpioLedStateMachine::handleClockTimeout() {
   }
   PINLAMP_TRACE(8, __LINE__, "handleClockTimeout",
                 "Led " << name() << " is now " << static_cast<int>(flashingState_));
-  handleCorvelGpioYellow(corvelGpioLedConfig_, 0);
-  handleCorvelGpioGreen(corvelGpioLedConfig_, 0);
-  handleCorvelGpioRed(corvelGpioLedConfig_, 0);
-  handleCorvelGpioOrange(corvelGpioLedConfig_, 0);
-  if (flashingState_) {
-    if (setting.yellow) handleCorvelGpioYellow(corvelGpioLedConfig_, 1);
-    if (setting.green) handleCorvelGpioGreen(corvelGpioLedConfig_, 1);
-    if (setting.red) handleCorvelGpioRed(corvelGpioLedConfig_, 1);
-    if (setting.orange) handleCorvelGpioOrange(corvelGpioLedConfig_, 1);
-  }
+  writeEveryColour(*this, corvelGpioLedConfig_, 0);
+  if (flashingState_) lightColours(*this, corvelGpioLedConfig_, setting);
   // Paced from when this tick ran, not from when it was due: a late tick shifts the rest.
   clock_->timeMinIs(Zel::System::currentTime() + setting.flashInterval);
 }
@@ -263,25 +283,21 @@ void GpioLedStateMachine::handleClockTimeout() {
 
 void GpioLedStateMachine::handleCorvelGpioYellow(Zel::Ptr<CorvelGpioLedConfig> const& led,
                                                  U32 value) {
-  PINLAMP_REQUIRE(led, "led");
-  writeColour(led, led->gpioYellow(), value, "handleCorvelGpioYellow", "Corvel Yellow Pin: ");
+  writePins(led, value, PinColour::yellow, __LINE__);
 }
 
 void GpioLedStateMachine::handleCorvelGpioGreen(Zel::Ptr<CorvelGpioLedConfig> const& led,
                                                 U32 value) {
-  PINLAMP_REQUIRE(led, "led");
-  writeColour(led, led->gpioGreen(), value, "handleCorvelGpioGreen", "Corvel Green Pin: ");
+  writePins(led, value, PinColour::green, __LINE__);
 }
 
 void GpioLedStateMachine::handleCorvelGpioRed(Zel::Ptr<CorvelGpioLedConfig> const& led, U32 value) {
-  PINLAMP_REQUIRE(led, "led");
-  writeColour(led, led->gpioRed(), value, "handleCorvelGpioRed", "Corvel Red Pin: ");
+  writePins(led, value, PinColour::red, __LINE__);
 }
 
 void GpioLedStateMachine::handleCorvelGpioOrange(Zel::Ptr<CorvelGpioLedConfig> const& led,
                                                  U32 value) {
-  PINLAMP_REQUIRE(led, "led");
-  writeColour(led, led->gpioOrange(), value, "handleCorvelGpioOrange", "Corvel Orange Pin: ");
+  writePins(led, value, PinColour::orange, __LINE__);
 }
 
 }  // namespace Pinlamp

@@ -8,6 +8,7 @@
 #include "platform/model/CorvelGpioLedConfig.h"
 #include "platform/model/LedConfig.h"
 #include "platform/zel/Clock.h"
+#include "platform/zel/OwnedNotifiee.h"
 #include "platform/zel/Ptr.h"
 #include "platform/zel/PtrInterface.h"
 
@@ -20,27 +21,17 @@ using Hardware::Led::LedConfig;
 class GpioLedStateMachine : public Zel::PtrInterface {
  public:
   // Reacts to light-setting changes of the LED's configuration.
-  class ZelHwLedConfig : public LedConfig::NotifieeConst {
+  class ZelHwLedConfig : public Zel::OwnedNotifiee<LedConfig::NotifieeConst, GpioLedStateMachine> {
    public:
-    ZelHwLedConfig(Zel::Ptr<LedConfig const> const& ledConfig, GpioLedStateMachine* owner);
+    using OwnedNotifiee::OwnedNotifiee;
     void onLightSetting() override;
-    GpioLedStateMachine* owner() const noexcept { return owner_; }
-    void ownerIs(GpioLedStateMachine* owner) noexcept { owner_ = owner; }
-
-   private:
-    GpioLedStateMachine* owner_;
   };
 
   // The machine's flash timer on the shared clock.
-  class ZelClock : public Zel::Clock::NotifieeConst {
+  class ZelClock : public Zel::OwnedNotifiee<Zel::Clock::NotifieeConst, GpioLedStateMachine> {
    public:
-    ZelClock(Zel::Ptr<Zel::Clock const> const& clock, GpioLedStateMachine* owner);
+    using OwnedNotifiee::OwnedNotifiee;
     void onTime() override;
-    GpioLedStateMachine* owner() const noexcept { return owner_; }
-    void ownerIs(GpioLedStateMachine* owner) noexcept { owner_ = owner; }
-
-   private:
-    GpioLedStateMachine* owner_;
   };
 
   // Made by GpioLedStateMachineIs only.

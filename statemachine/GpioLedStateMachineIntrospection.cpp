@@ -1,5 +1,6 @@
 // The generic interface of an LED state machine: its state and handlers by name, each entry
 // forwarding to the machine's own operation.
+#include "platform/model/LightSettingValueKind.h"
 #include "platform/zel/generic/AttributeTable.h"
 #include "statemachine/GpioLedStateMachine.h"
 
@@ -58,7 +59,7 @@ Reply dispatchMachine(Zel::PtrInterface& object, std::size_t position, Request c
       return writePins(machine, &GpioLedStateMachine::handleCorvelGpioOrange, args);
     case handleLedSystemConfig: {
       Zel::Name const ledSystemConfig = args.at(0, "ledSystemConfig").asName();
-      machine.handleLedSystemConfig(ledSystemConfig, args.at(1, "setting").asLightSetting());
+      machine.handleLedSystemConfig(ledSystemConfig, args.at(1, "setting").as<::Led::LightSetting>());
       return Reply::done();
     }
     case clock:

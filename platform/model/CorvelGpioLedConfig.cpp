@@ -25,42 +25,25 @@ void CorvelGpioLedConfig::ledSystemConfigIs(Zel::Entity const* directory) {
   notify(Attr::ledSystemConfig);
 }
 
-void CorvelGpioLedConfig::pinIs(PinConfigs& pins, Zel::AttributeId attribute,
-                                Zel::Ptr<CorvelPinConfig> const& pin) {
+namespace {
+// The per-key notification of each colour's pins.
+constexpr Zel::AttributeId kPinsAttribute[kPinColourCount] = {
+    CorvelGpioLedConfig::Attr::gpioYellow, CorvelGpioLedConfig::Attr::gpioGreen,
+    CorvelGpioLedConfig::Attr::gpioRed, CorvelGpioLedConfig::Attr::gpioOrange};
+}  // namespace
+
+void CorvelGpioLedConfig::pinsIs(PinColour colour, Zel::Ptr<CorvelPinConfig> const& pin) {
   if (!pin) Zel::throwRangeException("null ValidPtr");
+  PinConfigs& pins = pins_[indexOf(colour)];
   if (auto const* existing = pins.find(pin->name()); existing && *existing == pin) return;
   pins.insert(pin->name(), pin);
-  notify(attribute, pin->name());
+  notify(kPinsAttribute[indexOf(colour)], pin->name());
 }
 
-void CorvelGpioLedConfig::pinDel(PinConfigs& pins, Zel::AttributeId attribute,
-                                 Zel::Name const& pin) {
-  if (pins.erase(pin)) notify(attribute, pin);
-}
-
-void CorvelGpioLedConfig::gpioYellowIs(Zel::Ptr<CorvelPinConfig> const& pin) {
-  pinIs(yellow_, Attr::gpioYellow, pin);
-}
-void CorvelGpioLedConfig::gpioGreenIs(Zel::Ptr<CorvelPinConfig> const& pin) {
-  pinIs(green_, Attr::gpioGreen, pin);
-}
-void CorvelGpioLedConfig::gpioRedIs(Zel::Ptr<CorvelPinConfig> const& pin) {
-  pinIs(red_, Attr::gpioRed, pin);
-}
-void CorvelGpioLedConfig::gpioOrangeIs(Zel::Ptr<CorvelPinConfig> const& pin) {
-  pinIs(orange_, Attr::gpioOrange, pin);
-}
-void CorvelGpioLedConfig::gpioYellowDel(Zel::Name const& pin) {
-  pinDel(yellow_, Attr::gpioYellow, pin);
-}
-void CorvelGpioLedConfig::gpioGreenDel(Zel::Name const& pin) {
-  pinDel(green_, Attr::gpioGreen, pin);
-}
-void CorvelGpioLedConfig::gpioRedDel(Zel::Name const& pin) {
-  pinDel(red_, Attr::gpioRed, pin);
-}
-void CorvelGpioLedConfig::gpioOrangeDel(Zel::Name const& pin) {
-  pinDel(orange_, Attr::gpioOrange, pin);
+Zel::Ptr<CorvelPinConfig> CorvelGpioLedConfig::pinsDel(PinColour colour, Zel::Name const& pin) {
+  Zel::Ptr<CorvelPinConfig> removed = pins_[indexOf(colour)].take(pin);
+  if (removed) notify(kPinsAttribute[indexOf(colour)], pin);
+  return removed;
 }
 
 void CorvelGpioLedConfig::NotifieeConst::zelDeliver(Zel::AttributeId attribute,

@@ -3,7 +3,10 @@
 // these collections hold references to them, keyed by pin name.
 #pragma once
 
+#include <array>
+
 #include "platform/model/CorvelPinConfig.h"
+#include "platform/model/PinColour.h"
 #include "platform/zel/NameMap.h"
 
 namespace Hardware::Gpio {
@@ -56,29 +59,37 @@ class CorvelGpioLedConfig : public Zel::Entity {
   Zel::Entity const* ledSystemConfig() const noexcept { return ledSystemConfig_; }
   void ledSystemConfigIs(Zel::Entity const* directory);
 
-  PinConfigs const& gpioYellow() const noexcept { return yellow_; }
-  PinConfigs const& gpioGreen() const noexcept { return green_; }
-  PinConfigs const& gpioRed() const noexcept { return red_; }
-  PinConfigs const& gpioOrange() const noexcept { return orange_; }
-  // Each adds the pin under its own name; a null pin is a range error ("null ValidPtr").
-  void gpioYellowIs(Zel::Ptr<CorvelPinConfig> const& pin);
-  void gpioGreenIs(Zel::Ptr<CorvelPinConfig> const& pin);
-  void gpioRedIs(Zel::Ptr<CorvelPinConfig> const& pin);
-  void gpioOrangeIs(Zel::Ptr<CorvelPinConfig> const& pin);
-  void gpioYellowDel(Zel::Name const& pin);
-  void gpioGreenDel(Zel::Name const& pin);
-  void gpioRedDel(Zel::Name const& pin);
-  void gpioOrangeDel(Zel::Name const& pin);
+  // One colour's pins; the per-colour attributes below are the model's names for them.
+  PinConfigs const& pins(PinColour colour) const noexcept { return pins_[indexOf(colour)]; }
+  // Adds the pin under its own name; a null pin is a range error ("null ValidPtr").
+  void pinsIs(PinColour colour, Zel::Ptr<CorvelPinConfig> const& pin);
+  // The pin that was held under that name; null for a name the colour did not hold.
+  Zel::Ptr<CorvelPinConfig> pinsDel(PinColour colour, Zel::Name const& pin);
+
+  PinConfigs const& gpioYellow() const noexcept { return pins(PinColour::yellow); }
+  PinConfigs const& gpioGreen() const noexcept { return pins(PinColour::green); }
+  PinConfigs const& gpioRed() const noexcept { return pins(PinColour::red); }
+  PinConfigs const& gpioOrange() const noexcept { return pins(PinColour::orange); }
+  void gpioYellowIs(Zel::Ptr<CorvelPinConfig> const& pin) { pinsIs(PinColour::yellow, pin); }
+  void gpioGreenIs(Zel::Ptr<CorvelPinConfig> const& pin) { pinsIs(PinColour::green, pin); }
+  void gpioRedIs(Zel::Ptr<CorvelPinConfig> const& pin) { pinsIs(PinColour::red, pin); }
+  void gpioOrangeIs(Zel::Ptr<CorvelPinConfig> const& pin) { pinsIs(PinColour::orange, pin); }
+  Zel::Ptr<CorvelPinConfig> gpioYellowDel(Zel::Name const& pin) {
+    return pinsDel(PinColour::yellow, pin);
+  }
+  Zel::Ptr<CorvelPinConfig> gpioGreenDel(Zel::Name const& pin) {
+    return pinsDel(PinColour::green, pin);
+  }
+  Zel::Ptr<CorvelPinConfig> gpioRedDel(Zel::Name const& pin) {
+    return pinsDel(PinColour::red, pin);
+  }
+  Zel::Ptr<CorvelPinConfig> gpioOrangeDel(Zel::Name const& pin) {
+    return pinsDel(PinColour::orange, pin);
+  }
 
  private:
-  void pinIs(PinConfigs& pins, Zel::AttributeId attribute, Zel::Ptr<CorvelPinConfig> const& pin);
-  void pinDel(PinConfigs& pins, Zel::AttributeId attribute, Zel::Name const& pin);
-
   Zel::Entity const* ledSystemConfig_ = nullptr;
-  PinConfigs yellow_;
-  PinConfigs green_;
-  PinConfigs red_;
-  PinConfigs orange_;
+  std::array<PinConfigs, kPinColourCount> pins_;
 };
 
 }  // namespace Hardware::Gpio

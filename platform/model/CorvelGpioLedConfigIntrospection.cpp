@@ -10,11 +10,6 @@ using namespace Zel::GenericIf;
 
 enum Position : std::size_t { name, ledSystemConfig, gpioYellow, gpioGreen, gpioRed, gpioOrange };
 
-Reply pins(PinConfigs const& colour, Request const& request) {
-  if (request.operation == Operation::iterate) return Reply::of(membersOf(colour));
-  return Reply::of(memberOf(colour, request.requireKey()));
-}
-
 Reply dispatchLed(Zel::PtrInterface& object, std::size_t position, Request const& request) {
   auto& led = objectAs<CorvelGpioLedConfig>(object);
   switch (position) {
@@ -23,13 +18,14 @@ Reply dispatchLed(Zel::PtrInterface& object, std::size_t position, Request const
     case ledSystemConfig:
       return Reply::of(Zel::Ptr<Zel::Entity const>(led.ledSystemConfig()));
     case gpioYellow:
-      return pins(led.gpioYellow(), request);
     case gpioGreen:
-      return pins(led.gpioGreen(), request);
     case gpioRed:
-      return pins(led.gpioRed(), request);
-    case gpioOrange:
-      return pins(led.gpioOrange(), request);
+    case gpioOrange: {
+      // The colours sit in colour order from gpioYellow on.
+      PinConfigs const& pins = led.pins(static_cast<PinColour>(position - gpioYellow));
+      if (request.operation == Operation::iterate) return Reply::of(membersOf(pins));
+      return Reply::of(memberOf(pins, request.requireKey()));
+    }
   }
   return Reply::notHandled();
 }

@@ -20,28 +20,10 @@ Zel::TypeNode const* CorvelGpioLedSystemConfigDir::fwkType() const {
 }
 
 Zel::Ptr<CorvelGpioLedConfig> CorvelGpioLedSystemConfigDir::gpioLedsIs(Zel::Name const& name) {
-  if (Zel::Ptr<CorvelGpioLedConfig> existing = gpioLeds_.find(name)) return existing;
+  if (Zel::Ptr<CorvelGpioLedConfig> existing = gpioLeds(name)) return existing;
   Zel::Ptr<CorvelGpioLedConfig> led = Zel::allocate<CorvelGpioLedConfig>(name);
   led->ledSystemConfigIs(this);
-  gpioLeds_.insert(led);
-  notify(Attr::gpioLeds, name);
-  return led;
-}
-
-Zel::Ptr<CorvelGpioLedConfig> CorvelGpioLedSystemConfigDir::gpioLedsDel(Zel::Name const& name) {
-  Zel::Ptr<CorvelGpioLedConfig> removed = gpioLeds_.take(name);
-  if (removed) notify(Attr::gpioLeds, name);
-  return removed;
-}
-
-void CorvelGpioLedSystemConfigDir::NotifieeConst::zelDeliver(Zel::AttributeId attribute,
-                                                             Zel::Name const* key) {
-  switch (attribute) {
-    case Attr::gpioLeds:
-      return key ? onGpioLeds(*key) : onGpioLeds();
-    case Attr::gpioLedsImmediate:
-      return onGpioLedszelImmediate();
-  }
+  return gpioLedsIs(led);
 }
 
 }  // namespace Hardware::Gpio

@@ -28,40 +28,26 @@ void GpioLedConfig::ledConfigIs(Zel::Name const& name) {
   notify(Attr::ledConfig);
 }
 
-void GpioLedConfig::pinIs(PinNameSet& set, Zel::AttributeId attribute, Zel::Name const& pin,
-                          bool value) {
+namespace {
+// The per-key notification of each colour's pin-name set.
+constexpr Zel::AttributeId kPinNamesAttribute[kPinColourCount] = {
+    GpioLedConfig::Attr::gpioYellowName, GpioLedConfig::Attr::gpioGreenName,
+    GpioLedConfig::Attr::gpioRedName, GpioLedConfig::Attr::gpioOrangeName};
+}  // namespace
+
+void GpioLedConfig::pinNamesIs(PinColour colour, Zel::Name const& pin, bool value) {
+  PinNameSet& set = pinNames_[indexOf(colour)];
   if (bool const* existing = set.find(pin); existing && *existing == value) return;
   set.insert(pin, value);
-  notify(attribute, pin);
+  notify(kPinNamesAttribute[indexOf(colour)], pin);
 }
 
-void GpioLedConfig::pinDel(PinNameSet& set, Zel::AttributeId attribute, Zel::Name const& pin) {
-  if (set.erase(pin)) notify(attribute, pin);
-}
-
-void GpioLedConfig::gpioYellowNameIs(Zel::Name const& pin, bool value) {
-  pinIs(yellow_, Attr::gpioYellowName, pin, value);
-}
-void GpioLedConfig::gpioGreenNameIs(Zel::Name const& pin, bool value) {
-  pinIs(green_, Attr::gpioGreenName, pin, value);
-}
-void GpioLedConfig::gpioRedNameIs(Zel::Name const& pin, bool value) {
-  pinIs(red_, Attr::gpioRedName, pin, value);
-}
-void GpioLedConfig::gpioOrangeNameIs(Zel::Name const& pin, bool value) {
-  pinIs(orange_, Attr::gpioOrangeName, pin, value);
-}
-void GpioLedConfig::gpioYellowNameDel(Zel::Name const& pin) {
-  pinDel(yellow_, Attr::gpioYellowName, pin);
-}
-void GpioLedConfig::gpioGreenNameDel(Zel::Name const& pin) {
-  pinDel(green_, Attr::gpioGreenName, pin);
-}
-void GpioLedConfig::gpioRedNameDel(Zel::Name const& pin) {
-  pinDel(red_, Attr::gpioRedName, pin);
-}
-void GpioLedConfig::gpioOrangeNameDel(Zel::Name const& pin) {
-  pinDel(orange_, Attr::gpioOrangeName, pin);
+std::optional<bool> GpioLedConfig::pinNamesDel(PinColour colour, Zel::Name const& pin) {
+  PinNameSet& set = pinNames_[indexOf(colour)];
+  if (!set.contains(pin)) return std::nullopt;
+  bool const removed = set.take(pin);
+  notify(kPinNamesAttribute[indexOf(colour)], pin);
+  return removed;
 }
 
 void GpioLedConfig::readyIs(bool ready) {

@@ -2,6 +2,10 @@
 // by the platform agent that knows the board's wiring. Nothing is driven until `ready` is set.
 #pragma once
 
+#include <array>
+#include <optional>
+
+#include "platform/model/PinColour.h"
 #include "platform/zel/Entity.h"
 #include "platform/zel/NameMap.h"
 #include "platform/zel/Notifiee.h"
@@ -59,31 +63,47 @@ class GpioLedConfig : public Zel::Entity {
   Zel::Name const& ledConfig() const noexcept { return ledConfig_; }
   void ledConfigIs(Zel::Name const& name);
 
-  PinNameSet const& gpioYellowName() const noexcept { return yellow_; }
-  PinNameSet const& gpioGreenName() const noexcept { return green_; }
-  PinNameSet const& gpioRedName() const noexcept { return red_; }
-  PinNameSet const& gpioOrangeName() const noexcept { return orange_; }
-  void gpioYellowNameIs(Zel::Name const& pin, bool value = true);
-  void gpioGreenNameIs(Zel::Name const& pin, bool value = true);
-  void gpioRedNameIs(Zel::Name const& pin, bool value = true);
-  void gpioOrangeNameIs(Zel::Name const& pin, bool value = true);
-  void gpioYellowNameDel(Zel::Name const& pin);
-  void gpioGreenNameDel(Zel::Name const& pin);
-  void gpioRedNameDel(Zel::Name const& pin);
-  void gpioOrangeNameDel(Zel::Name const& pin);
+  // One colour's pin names; the per-colour attributes below are the model's names for them.
+  PinNameSet const& pinNames(PinColour colour) const noexcept { return pinNames_[indexOf(colour)]; }
+  void pinNamesIs(PinColour colour, Zel::Name const& pin, bool value = true);
+  // The flag that was stored with the name; none for a name the set did not hold.
+  std::optional<bool> pinNamesDel(PinColour colour, Zel::Name const& pin);
+
+  PinNameSet const& gpioYellowName() const noexcept { return pinNames(PinColour::yellow); }
+  PinNameSet const& gpioGreenName() const noexcept { return pinNames(PinColour::green); }
+  PinNameSet const& gpioRedName() const noexcept { return pinNames(PinColour::red); }
+  PinNameSet const& gpioOrangeName() const noexcept { return pinNames(PinColour::orange); }
+  void gpioYellowNameIs(Zel::Name const& pin, bool value = true) {
+    pinNamesIs(PinColour::yellow, pin, value);
+  }
+  void gpioGreenNameIs(Zel::Name const& pin, bool value = true) {
+    pinNamesIs(PinColour::green, pin, value);
+  }
+  void gpioRedNameIs(Zel::Name const& pin, bool value = true) {
+    pinNamesIs(PinColour::red, pin, value);
+  }
+  void gpioOrangeNameIs(Zel::Name const& pin, bool value = true) {
+    pinNamesIs(PinColour::orange, pin, value);
+  }
+  std::optional<bool> gpioYellowNameDel(Zel::Name const& pin) {
+    return pinNamesDel(PinColour::yellow, pin);
+  }
+  std::optional<bool> gpioGreenNameDel(Zel::Name const& pin) {
+    return pinNamesDel(PinColour::green, pin);
+  }
+  std::optional<bool> gpioRedNameDel(Zel::Name const& pin) {
+    return pinNamesDel(PinColour::red, pin);
+  }
+  std::optional<bool> gpioOrangeNameDel(Zel::Name const& pin) {
+    return pinNamesDel(PinColour::orange, pin);
+  }
 
   bool ready() const noexcept { return ready_; }
   void readyIs(bool ready);
 
  private:
-  void pinIs(PinNameSet& set, Zel::AttributeId attribute, Zel::Name const& pin, bool value);
-  void pinDel(PinNameSet& set, Zel::AttributeId attribute, Zel::Name const& pin);
-
   Zel::Name ledConfig_;
-  PinNameSet yellow_;
-  PinNameSet green_;
-  PinNameSet red_;
-  PinNameSet orange_;
+  std::array<PinNameSet, kPinColourCount> pinNames_;
   bool ready_ = false;
 };
 

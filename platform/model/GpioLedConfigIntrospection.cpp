@@ -22,22 +22,25 @@ char const* const kAttributeNames[] = {"name",          "ledConfig",   "gpioYell
                                        "gpioGreenName", "gpioRedName", "gpioOrangeName",
                                        "ready"};
 
-using PinIs = void (GpioLedConfig::*)(Zel::Name const&, bool);
-using PinDel = void (GpioLedConfig::*)(Zel::Name const&);
+// The pin-name sets sit in colour order from gpioYellowName on.
+PinColour colourAt(std::size_t position) {
+  return static_cast<PinColour>(position - gpioYellowName);
+}
 
 // One colour's set of pin names: a set member's value is the flag stored with the name, true
 // unless a tool says otherwise.
-Reply pinNames(GpioLedConfig& led, Position position, PinNameSet const& set, PinIs pinIs,
-               PinDel pinDel, Request const& request) {
+Reply pinNames(GpioLedConfig& led, std::size_t position, Request const& request) {
+  PinColour const colour = colourAt(position);
+  PinNameSet const& set = led.pinNames(colour);
   if (request.operation == Operation::iterate) return Reply::of(membersOf(set));
   Zel::Name const& pin = request.requireKey();
   Value const held = memberOf(set, pin);
   if (request.operation == Operation::set) {
     Value const* flag = request.args().find(0, kAttributeNames[position]);
-    (led.*pinIs)(pin, flag ? flag->asBool() : true);
+    led.pinNamesIs(colour, pin, flag ? flag->asBool() : true);
     return Reply::of(memberOf(set, pin));
   }
-  if (request.operation == Operation::del) (led.*pinDel)(pin);
+  if (request.operation == Operation::del) led.pinNamesDel(colour, pin);
   return Reply::of(held);
 }
 
@@ -51,17 +54,10 @@ Reply dispatchLed(Zel::PtrInterface& object, std::size_t position, Request const
       if (isSet) led.ledConfigIs(request.args().at(0, "ledConfig").asName());
       return Reply::of(led.ledConfig());
     case gpioYellowName:
-      return pinNames(led, gpioYellowName, led.gpioYellowName(), &GpioLedConfig::gpioYellowNameIs,
-                      &GpioLedConfig::gpioYellowNameDel, request);
     case gpioGreenName:
-      return pinNames(led, gpioGreenName, led.gpioGreenName(), &GpioLedConfig::gpioGreenNameIs,
-                      &GpioLedConfig::gpioGreenNameDel, request);
     case gpioRedName:
-      return pinNames(led, gpioRedName, led.gpioRedName(), &GpioLedConfig::gpioRedNameIs,
-                      &GpioLedConfig::gpioRedNameDel, request);
     case gpioOrangeName:
-      return pinNames(led, gpioOrangeName, led.gpioOrangeName(), &GpioLedConfig::gpioOrangeNameIs,
-                      &GpioLedConfig::gpioOrangeNameDel, request);
+      return pinNames(led, position, request);
     case ready:
       if (isSet) led.readyIs(request.args().at(0, "ready").asBool());
       return Reply::of(led.ready());

@@ -47,8 +47,11 @@ void LedConfig::modeIs(Zel::Name const& name, ::Led::LightSetting const& setting
   notify(Attr::mode, name);
 }
 
-void LedConfig::modeDel(Zel::Name const& name) {
-  if (mode_.erase(name)) notify(Attr::mode, name);
+std::optional<::Led::LightSetting> LedConfig::modeDel(Zel::Name const& name) {
+  if (!mode_.contains(name)) return std::nullopt;
+  ::Led::LightSetting const removed = mode_.take(name);
+  notify(Attr::mode, name);
+  return removed;
 }
 
 void LedConfig::currentModeIs(Zel::Name const& name) {

@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 
 #include "platform/model/LightSetting.h"
 #include "platform/zel/Entity.h"
@@ -55,7 +56,8 @@ class LedConfig : public Zel::Entity {
   // Named alternative settings (such as "locate") that a policy can switch to.
   Zel::NameMap<::Led::LightSetting> const& mode() const noexcept { return mode_; }
   void modeIs(Zel::Name const& name, ::Led::LightSetting const& setting);
-  void modeDel(Zel::Name const& name);
+  // The setting that was stored under the name; none for a name that was not there.
+  std::optional<::Led::LightSetting> modeDel(Zel::Name const& name);
   Zel::Name const& currentMode() const noexcept { return currentMode_; }
   void currentModeIs(Zel::Name const& name);
 

@@ -1,6 +1,7 @@
 // The generic interface of one LED's configuration: what it shows, readable and settable by name
 // as an LED policy would set it.
 #include "platform/model/LedConfig.h"
+#include "platform/model/LightSettingValueKind.h"
 #include "platform/zel/generic/AttributeTable.h"
 
 namespace Hardware::Led {
@@ -15,7 +16,7 @@ Reply modes(LedConfig& led, Request const& request) {
   Zel::Name const& key = request.requireKey();
   Value const held = memberOf(led.mode(), key);
   if (request.operation == Operation::set) {
-    led.modeIs(key, request.args().at(0, "mode").asLightSetting());
+    led.modeIs(key, request.args().at(0, "mode").as<::Led::LightSetting>());
     return Reply::of(memberOf(led.mode(), key));
   }
   if (request.operation == Operation::del) led.modeDel(key);
@@ -30,7 +31,7 @@ Reply dispatchLed(Zel::PtrInterface& object, std::size_t position, Request const
     case name:
       return Reply::of(led.name());
     case lightSetting:
-      if (isSet) led.lightSettingIs(args.at(0, "lightSetting").asLightSetting());
+      if (isSet) led.lightSettingIs(args.at(0, "lightSetting").as<::Led::LightSetting>());
       return Reply::of(led.lightSetting());
     case ledAttribute:
       if (isSet) led.ledAttributeIs(args.at(0, "ledAttribute").asU32());

@@ -53,8 +53,11 @@ void LedSystemConfigDir::themeIs(Zel::Name const& name, Zel::String const& value
   notify(Attr::theme, name);
 }
 
-void LedSystemConfigDir::themeDel(Zel::Name const& name) {
-  if (theme_.erase(name)) notify(Attr::theme, name);
+std::optional<Zel::String> LedSystemConfigDir::themeDel(Zel::Name const& name) {
+  if (!theme_.contains(name)) return std::nullopt;
+  Zel::String removed = theme_.take(name);
+  notify(Attr::theme, name);
+  return removed;
 }
 
 void LedSystemConfigDir::NotifieeConst::zelDeliver(Zel::AttributeId attribute,

@@ -2,6 +2,8 @@
 // name, as published by the LED policy agents.
 #pragma once
 
+#include <optional>
+
 #include "platform/model/ChildCollection.h"
 #include "platform/model/LedConfig.h"
 #include "platform/zel/Notifiee.h"
@@ -47,7 +49,8 @@ class LedSystemConfigDir : public Zel::Entity {
   void paletteIs(Zel::String const& palette);
   Zel::NameMap<Zel::String> const& theme() const noexcept { return theme_; }
   void themeIs(Zel::Name const& name, Zel::String const& value);
-  void themeDel(Zel::Name const& name);
+  // The value that was stored under the name; none for a name that was not there.
+  std::optional<Zel::String> themeDel(Zel::Name const& name);
 
  private:
   ChildCollection<LedConfig> leds_;

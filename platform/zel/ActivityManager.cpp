@@ -9,17 +9,12 @@
 #include <cmath>
 #include <cstring>
 #include <ctime>
+#include <string>
 #include <system_error>
 
 namespace Zel {
 
 namespace {
-
-double monotonicNow() noexcept {
-  timespec ts;
-  clock_gettime(CLOCK_MONOTONIC, &ts);
-  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
-}
 
 timespec toTimespec(double seconds) noexcept {
   timespec ts;
@@ -33,9 +28,18 @@ timespec toTimespec(double seconds) noexcept {
   return ts;
 }
 
-std::unique_ptr<ActivityManager>& processManager() {
-  static std::unique_ptr<ActivityManager> manager;
-  return manager;
+// A failed system call of the loop: the loop cannot go on, so the caller learns which call on
+// which descriptor failed and why.
+[[noreturn]] void throwSystemError(char const* call, int fd) {
+  int const error = errno;
+  std::string what = "activity loop: ";
+  what += call;
+  if (fd >= 0) {
+    what += " (fd ";
+    what += std::to_string(fd);
+    what += ')';
+  }
+  throw std::system_error(error, std::generic_category(), what);
 }
 
 }  // namespace
@@ -49,7 +53,7 @@ ActivityManager::~ActivityManager() {
 }
 
 double ActivityManager::currentTime() const noexcept {
-  return source_ == TimeSource::virtualTime ? virtualNow_ : monotonicNow();
+  return source_ == TimeSource::virtualTime ? virtualNow_ : System::monotonicTime();
 }
 
 void ActivityManager::notificationIs(Ptr<Entity const> notifier, AttributeId attribute,
@@ -65,6 +69,10 @@ void ActivityManager::notificationIs(Ptr<Entity const> notifier, AttributeId att
 
 void ActivityManager::taskIs(std::function<void()> task) {
   pending_.emplace_back().task = std::move(task);
+}
+
+void ActivityManager::turnEndTaskIs(std::function<void()> task) {
+  turnEnd_.push_back(std::move(task));
 }
 
 void ActivityManager::report(std::exception_ptr error) {
@@ -92,13 +100,36 @@ std::size_t ActivityManager::runPending() {
     ~Reset() { flag = false; }
   } reset{runningPending_};
   std::size_t ran = 0;
-  while (!pending_.empty()) {
-    Pending item = std::move(pending_.front());
-    pending_.pop_front();
-    runOne(item);
-    ++ran;
-  }
+  do {
+    while (!pending_.empty()) {
+      Pending item = std::move(pending_.front());
+      pending_.pop_front();
+      runOne(item);
+      ++ran;
+    }
+    if (!inExpiryRun_) ran += runTurnEnd();
+  } while (!pending_.empty());
   return ran;
+}
+
+std::size_t ActivityManager::runTurnEnd() {
+  std::vector<std::function<void()>> tasks;
+  tasks.swap(turnEnd_);
+  for (auto& task : tasks) {
+    Pending item;
+    item.task = std::move(task);
+    runOne(item);
+  }
+  return tasks.size();
+}
+
+bool ActivityManager::runExpiryOfRun(double now) {
+  struct Reset {
+    bool& flag;
+    ~Reset() { flag = false; }
+  } reset{inExpiryRun_};
+  inExpiryRun_ = true;
+  return runOneExpiry(now);
 }
 
 bool ActivityManager::runOneExpiry(double now) {
@@ -138,14 +169,16 @@ void ActivityManager::advance(double seconds) {
   restorePostponed();
   runPending();
   double const target = virtualNow_ + seconds;
-  while (runOneExpiry(target)) {
+  while (runExpiryOfRun(target)) {
+    // Expiries due at one instant make one turn.
+    if (clock_->nextExpiry() > virtualNow_) runPending();
   }
   if (target > virtualNow_) virtualNow_ = target;
   runPending();
 }
 
 void ActivityManager::runFor(double seconds) {
-  runLive(monotonicNow() + seconds);
+  runLive(System::monotonicTime() + seconds);
 }
 
 void ActivityManager::run() {
@@ -158,13 +191,14 @@ void ActivityManager::runLive(double until) {
     restorePostponed();
     runPending();
     double const now = currentTime();
-    if (!stopRequested_ && runOneExpiry(now)) {
+    if (!stopRequested_ && runExpiryOfRun(now)) {
       lastExpiryRun_ = now;
       // Expiries that fall due while this run goes on join it rather than wait a whole span,
       // but the run takes in nothing due later than a span after it began.
       double const horizon = now + wakeGranularity_;
-      while (!stopRequested_ && runOneExpiry(std::min(currentTime(), horizon))) {
+      while (!stopRequested_ && runExpiryOfRun(std::min(currentTime(), horizon))) {
       }
+      runPending();  // the run's turn ends
     }
     if (stopRequested_ || now >= until) break;
     waitForWork(until);
@@ -172,23 +206,43 @@ void ActivityManager::runLive(double until) {
   runPending();
 }
 
-void ActivityManager::ensureEpoll() {
+void ActivityManager::makePoller() {
   if (epollFd_ >= 0) return;
-  epollFd_ = ::epoll_create1(EPOLL_CLOEXEC);
-  timerFd_ = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
-  if (epollFd_ < 0 || timerFd_ < 0) {
-    throw std::system_error(errno, std::generic_category(), "activity loop set-up");
+  int const epollFd = ::epoll_create1(EPOLL_CLOEXEC);
+  if (epollFd < 0) throwSystemError("epoll_create1", -1);
+  int const timerFd = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
+  if (timerFd < 0) {
+    int const error = errno;
+    ::close(epollFd);
+    errno = error;
+    throwSystemError("timerfd_create", -1);
   }
   // Edge-triggered: re-arming the timer clears its expiry count, so it is never read.
   epoll_event ev{};
   ev.events = EPOLLIN | EPOLLET;
-  ev.data.fd = timerFd_;
-  ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, timerFd_, &ev);
-  for (auto const& [fd, watch] : fdWatches_) fdWatchUpdate(fd, false);
+  ev.data.fd = timerFd;
+  if (::epoll_ctl(epollFd, EPOLL_CTL_ADD, timerFd, &ev) != 0) {
+    int const error = errno;
+    ::close(timerFd);
+    ::close(epollFd);
+    errno = error;
+    throwSystemError("epoll_ctl ADD", timerFd);
+  }
+  epollFd_ = epollFd;
+  timerFd_ = timerFd;
+}
+
+void ActivityManager::watchSet(int fd, FdWatch const& watch, bool known) {
+  epoll_event ev{};
+  ev.events = (watch.onReadable ? EPOLLIN : 0u) | (watch.onWritable ? EPOLLOUT : 0u);
+  ev.data.fd = fd;
+  if (::epoll_ctl(epollFd_, known ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, fd, &ev) != 0) {
+    throwSystemError(known ? "epoll_ctl MOD" : "epoll_ctl ADD", fd);
+  }
 }
 
 void ActivityManager::waitForWork(double until) {
-  ensureEpoll();
+  makePoller();
   if (hasPending()) return;
   // Spaced from the previous run rather than on a fixed grid: a reactor that re-arms from the
   // time it ran would land just after a grid point and wait almost a whole span every time.
@@ -200,10 +254,17 @@ void ActivityManager::waitForWork(double until) {
     timer.it_value = toTimespec(wake);
     if (timer.it_value.tv_sec == 0 && timer.it_value.tv_nsec == 0) timer.it_value.tv_nsec = 1;
   }
-  ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &timer, nullptr);
+  if (::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &timer, nullptr) != 0) {
+    throwSystemError("timerfd_settime", timerFd_);
+  }
   epoll_event events[16];
-  int n = ::epoll_wait(epollFd_, events, 16, -1);
+  int const n = ::epoll_wait(epollFd_, events, 16, -1);
   ++wakes_;
+  if (n < 0) {
+    // A signal cut the wait short: the caller's loop looks at the time and the stop flag again.
+    if (errno == EINTR) return;
+    throwSystemError("epoll_wait", epollFd_);
+  }
   dispatch(events, n);
 }
 
@@ -235,59 +296,55 @@ std::size_t ActivityManager::dispatch(epoll_event const* events, int count) {
 }
 
 std::size_t ActivityManager::pollIo(double seconds) {
-  ensureEpoll();
+  makePoller();
   runPending();
   epoll_event events[16];
   int const timeoutMs = seconds <= 0.0 ? 0 : static_cast<int>(std::ceil(seconds * 1000.0));
   int const n = ::epoll_wait(epollFd_, events, 16, timeoutMs);
+  if (n < 0 && errno != EINTR) throwSystemError("epoll_wait", epollFd_);
   std::size_t const ran = n > 0 ? dispatch(events, n) : 0;
   runPending();
   return ran;
 }
 
-void ActivityManager::fdWatchUpdate(int fd, bool known) {
-  if (epollFd_ < 0) return;
-  auto it = fdWatches_.find(fd);
-  if (it == fdWatches_.end()) {
-    if (known) ::epoll_ctl(epollFd_, EPOLL_CTL_DEL, fd, nullptr);
-    return;
-  }
-  epoll_event ev{};
-  ev.events = (it->second.onReadable ? EPOLLIN : 0u) | (it->second.onWritable ? EPOLLOUT : 0u);
-  ev.data.fd = fd;
-  ::epoll_ctl(epollFd_, known ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, fd, &ev);
-}
-
 void ActivityManager::fdReadableIs(int fd, std::function<void()> onReadable) {
-  bool const known = fdWatches_.count(fd) != 0;
-  FdWatch& watch = fdWatches_[fd];
+  auto const known = fdWatches_.find(fd);
+  FdWatch watch = known == fdWatches_.end() ? FdWatch{} : known->second;
   watch.onReadable = std::move(onReadable);
-  if (!watch.onReadable && !watch.onWritable) fdWatches_.erase(fd);
-  fdWatchUpdate(fd, known);
+  fdWatchIs(fd, std::move(watch));
 }
 
 void ActivityManager::fdWritableIs(int fd, std::function<void()> onWritable) {
-  bool const known = fdWatches_.count(fd) != 0;
-  FdWatch& watch = fdWatches_[fd];
+  auto const known = fdWatches_.find(fd);
+  FdWatch watch = known == fdWatches_.end() ? FdWatch{} : known->second;
   watch.onWritable = std::move(onWritable);
-  if (!watch.onReadable && !watch.onWritable) fdWatches_.erase(fd);
-  fdWatchUpdate(fd, known);
+  fdWatchIs(fd, std::move(watch));
 }
 
-ActivityManager* activityManager() {
-  auto& manager = processManager();
-  if (!manager) manager = std::make_unique<ActivityManager>(ActivityManager::TimeSource::monotonic);
-  return manager.get();
+void ActivityManager::fdWatchIs(int fd, FdWatch watch) {
+  auto const known = fdWatches_.find(fd);
+  if (!watch.onReadable && !watch.onWritable) {
+    if (known == fdWatches_.end()) return;
+    fdWatches_.erase(known);
+    // A descriptor closed before its watch is removed has already left the poller by itself.
+    if (::epoll_ctl(epollFd_, EPOLL_CTL_DEL, fd, nullptr) != 0 && errno != EBADF &&
+        errno != ENOENT) {
+      throwSystemError("epoll_ctl DEL", fd);
+    }
+    return;
+  }
+  makePoller();
+  bool const changesEvents = known == fdWatches_.end() ||
+                             !known->second.onReadable != !watch.onReadable ||
+                             !known->second.onWritable != !watch.onWritable;
+  if (changesEvents) watchSet(fd, watch, known != fdWatches_.end());
+  fdWatches_[fd] = std::move(watch);
 }
 
-ActivityManager* activityManagerIs(ActivityManager::TimeSource source, double startTime) {
-  auto& manager = processManager();
-  manager = std::make_unique<ActivityManager>(source, startTime);
-  return manager.get();
-}
-
-double System::currentTime() noexcept {
-  return activityManager()->currentTime();
+double System::monotonicTime() noexcept {
+  timespec ts;
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
 }
 
 }  // namespace Zel

@@ -42,11 +42,16 @@ class ActivityManager {
   void notificationIs(Ptr<Entity const> notifier, AttributeId attribute, Name const* key);
   // Queues a piece of work, run in order with the notifications.
   void taskIs(std::function<void()> task);
-  bool hasPending() const noexcept { return !pending_.empty(); }
+  // Queues work for the end of the current turn: it runs once the queued work has run and, while
+  // expiries run, once every expiry due at the same instant has run with its work. Whoever wants
+  // to see the outcome of a whole turn (a driver latching pin values) waits for it here rather
+  // than acting on each of the turn's intermediate states.
+  void turnEndTaskIs(std::function<void()> task);
+  bool hasPending() const noexcept { return !pending_.empty() || !turnEnd_.empty(); }
   std::size_t pendingCount() const noexcept { return pending_.size(); }
 
-  // Runs queued work until nothing is pending (work may queue more). Time does not move.
-  // Returns the number of items run.
+  // Runs queued work until nothing is pending (work may queue more), then the turn-end work.
+  // Time does not move. Returns the number of items run.
   std::size_t runPending();
 
   // Virtual time only: runs every expiry due up to and including now + seconds, in time order,
@@ -58,7 +63,9 @@ class ActivityManager {
   void run();
   void stop() noexcept { stopRequested_ = true; }
 
-  // Calls `onReadable` from the loop whenever `fd` can be read; null removes the watch.
+  // Live: calls `onReadable` from the loop whenever `fd` can be read; null removes the watch.
+  // A descriptor the system cannot watch (a regular file, a closed one) raises std::system_error
+  // at once and is not watched.
   void fdReadableIs(int fd, std::function<void()> onReadable);
   // Calls `onWritable` whenever `fd` can take more output; null removes the watch. Clients with
   // buffered output watch for this only until the buffer drains, since a socket is nearly
@@ -98,24 +105,29 @@ class ActivityManager {
   };
 
   void runOne(Pending& item);
+  std::size_t runTurnEnd();
+  bool runExpiryOfRun(double now);
   bool runOneExpiry(double now);
   void restorePostponed();
   void report(std::exception_ptr error);
+  void runLive(double until);
   struct FdWatch {
     std::function<void()> onReadable;
     std::function<void()> onWritable;
   };
 
-  void runLive(double until);
+  void makePoller();
+  void watchSet(int fd, FdWatch const& watch, bool known);
+  void fdWatchIs(int fd, FdWatch watch);
   void waitForWork(double until);
-  void ensureEpoll();
-  void fdWatchUpdate(int fd, bool known);
   std::size_t dispatch(struct epoll_event const* events, int count);
 
   TimeSource source_;
   double virtualNow_;
   Ptr<Clock> clock_;
   std::deque<Pending> pending_;
+  std::vector<std::function<void()>> turnEnd_;
+  bool inExpiryRun_ = false;  // turn-end work waits for the rest of the run's expiries
   std::vector<Postponed> postponed_;
   bool runningPending_ = false;
   bool stopRequested_ = false;
@@ -128,15 +140,18 @@ class ActivityManager {
   std::unordered_map<int, FdWatch> fdWatches_;
 };
 
-// The process's activity manager; made on first use, with the monotonic time source.
+// The process's activity loop: the one installed by the innermost live ActivityManagerScope;
+// when no scope is live, a monotonic loop made on first use that lasts until the process exits.
 ActivityManager* activityManager();
-// Replaces the process's activity manager with a new one (tests and simulations start each run
-// on a fresh virtual clock this way). Returns the new manager.
-ActivityManager* activityManagerIs(ActivityManager::TimeSource source, double startTime = 0.0);
+// The same loop, but null rather than a new one when none exists yet.
+ActivityManager* installedActivityManager() noexcept;
 
 namespace System {
-// The current time of the process's activity manager, in seconds.
+// The current time of the process's activity loop, in seconds. Asking makes no loop: with none
+// yet, it is the monotonic clock, which is what the loop made on first use would report.
 double currentTime() noexcept;
+// The monotonic clock, in seconds: a live loop's time source.
+double monotonicTime() noexcept;
 }  // namespace System
 
 }  // namespace Zel

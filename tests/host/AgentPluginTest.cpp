@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/AgentPlugin.h"
+#include "host/run/AgentPlugin.h"
 
 namespace Host {
 namespace {

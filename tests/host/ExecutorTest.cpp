@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Executor.h"
+#include "host/script/Executor.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Exception.h"
@@ -50,6 +50,7 @@ class EchoAgent : public Warden::CAgent {
    public:
     Reactor(Zel::Ptr<Hardware::Led::LedSystemConfigDir const> const& dir, EchoAgent* owner)
         : NotifieeConst(dir), owner_(owner) {}
+    using NotifieeConst::onLeds;
     void onLeds(Zel::Name name) override { owner_->onLed(name); }
 
    private:

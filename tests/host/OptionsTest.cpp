@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "host/Options.h"
+#include "host/run/Options.h"
 
 namespace Host {
 namespace {

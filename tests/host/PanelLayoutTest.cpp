@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "host/PanelLayout.h"
-#include "host/StatusReport.h"
+#include "host/live/PanelLayout.h"
+#include "host/script/StatusReport.h"
 
 namespace Host {
 namespace {

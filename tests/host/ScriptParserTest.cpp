@@ -3,8 +3,8 @@
 #include <sstream>
 #include <string>
 
-#include "host/ScriptLexer.h"
-#include "host/ScriptParser.h"
+#include "host/script/ScriptLexer.h"
+#include "host/script/ScriptParser.h"
 
 namespace Host {
 namespace {

@@ -7,6 +7,7 @@
 
 #include <string>
 
+#include "platform/model/LightSettingValueKind.h"
 #include "platform/zel/generic/Access.h"
 #include "tests/support/AgentHarness.h"
 

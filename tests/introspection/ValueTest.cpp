@@ -7,6 +7,7 @@
 
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/model/LedConfig.h"
+#include "platform/model/LightSettingValueKind.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/generic/Arguments.h"
@@ -39,7 +40,7 @@ TEST(ValueTest, RefusesWhatWouldLoseOrInventInformation) {
       [] { Value("true").asBool(); },
       [] { Value(true).asObject(); },
       [] { Value().asName(); },
-      [] { Value(1).asLightSetting(); },
+      [] { Value(1).as<::Led::LightSetting>(); },
       [&] { Value(pin).asPtr<Hardware::Led::LedConfig>(); },
   };
   for (std::size_t i = 0; i < std::size(refused); ++i) {

@@ -31,7 +31,7 @@ struct Colour {
   bool Led::LightSetting::*lit;
   Hardware::Gpio::PinNameSet const& (GpioLedConfig::*listed)() const;
   void (GpioLedConfig::*list)(Zel::Name const&, bool);
-  void (GpioLedConfig::*unlist)(Zel::Name const&);
+  std::optional<bool> (GpioLedConfig::*unlist)(Zel::Name const&);
   Hardware::Gpio::PinConfigs const& (CorvelGpioLedConfig::*output)() const;
 };
 constexpr int kColourCount = 4;

@@ -40,9 +40,10 @@ void Backend::onLinkDown() {
 }
 
 void Backend::afterIdle(std::function<void()> then) {
-  // Queued behind everything pending; what that work queues in turn goes ahead of the next try.
-  loop_.taskIs([this, then = std::move(then)]() mutable {
-    if (loop_.hasPending()) return afterIdle(std::move(then));
+  // At the end of the turn, once what the agent queued in reaction has run; work that turn-end
+  // work queues in turn goes ahead of the next try.
+  loop_.turnEndTaskIs([this, then = std::move(then)]() mutable {
+    if (loop_.pendingCount() > 0) return afterIdle(std::move(then));
     then();
   });
 }

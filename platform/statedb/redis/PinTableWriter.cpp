@@ -88,7 +88,8 @@ void PinTableWriter::mark(std::string const& name) {
 void PinTableWriter::flushSoon() {
   if (flushQueued_) return;
   flushQueued_ = true;
-  loop_.taskIs([this] { flush(); });
+  // The turn's outcome, not its steps: a pin set dark and lit again within one turn is no write.
+  loop_.turnEndTaskIs([this] { flush(); });
 }
 
 void PinTableWriter::flush() {

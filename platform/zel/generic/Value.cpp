@@ -33,16 +33,29 @@ char const* toString(Value::Kind kind) noexcept {
       return "name";
     case Value::Kind::object:
       return "object";
-    case Value::Kind::lightSetting:
-      return "light setting";
+    case Value::Kind::registered:
+      return "registered";
   }
   return "unknown";
 }
 
 void Value::refuseKind(char const* expected) const {
+  RegisteredValueBox const* box = registeredBox();
+  std::string const given = box ? box->kindName() : toString(kind());
   throwRangeException(
-      ("a " + std::string(toString(kind())) + " value was given where " + expected + " is expected")
-          .c_str());
+      ("a " + given + " value was given where " + expected + " is expected").c_str());
+}
+
+RegisteredValueBox const* Value::registeredBox() const noexcept {
+  auto const* box = std::get_if<Registered>(&data_);
+  return box ? box->get() : nullptr;
+}
+
+bool operator==(Value const& a, Value const& b) {
+  RegisteredValueBox const* boxA = a.registeredBox();
+  RegisteredValueBox const* boxB = b.registeredBox();
+  if (boxA || boxB) return boxA && boxB && boxA->equals(*boxB);
+  return a.data_ == b.data_;
 }
 
 void Value::refuseObjectType(std::type_info const& expected) const {
@@ -101,11 +114,6 @@ Name Value::asName() const {
   refuseKind("a name");
 }
 
-::Led::LightSetting const& Value::asLightSetting() const {
-  if (auto const* setting = std::get_if<::Led::LightSetting>(&data_)) return *setting;
-  refuseKind("a light setting");
-}
-
 Ptr<PtrInterface> Value::asObject() const {
   if (auto const* object = std::get_if<Ptr<PtrInterface>>(&data_)) return *object;
   if (isEmpty()) return nullptr;
@@ -135,8 +143,9 @@ std::ostream& operator<<(std::ostream& out, Value const& value) {
       String const text = value.asString();
       return out << (text.empty() ? String("\"\"") : text);
     }
-    case Value::Kind::lightSetting:
-      return out << value.asLightSetting();
+    case Value::Kind::registered:
+      value.registeredBox()->print(out);
+      return out;
     case Value::Kind::object: {
       Ptr<PtrInterface> object = value.asObject();
       return out << (object ? referenceOf(*object) : std::string("(null)"));

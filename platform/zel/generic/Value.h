@@ -1,6 +1,12 @@
 // Zel::GenericIf::Value: one wrapped value of the generic interface, as read from or handed to an
 // attribute by name. It holds nothing (empty), a bool, a signed or unsigned 64-bit integer, a
-// double, a String, a Name, a counted pointer to a framework object, or an Led::LightSetting.
+// double, a String, a Name, a counted pointer to a framework object, or a value of a kind that
+// a higher layer registered (the model's light settings, say): the framework prints and compares
+// those without knowing their types.
+//
+// A layer registers a value type T by specialising `ValueKind<T>` with a `name` (the kind's
+// readable name, used in refusals) and giving T an equality and an `operator<<`; `Value(T)`
+// wraps it and `as<T>()` unwraps it.
 //
 // The generic interface does not carry constness: a pointer to a const entity is wrapped like any
 // other, and the attribute tables alone decide what a tool may change.
@@ -14,18 +20,55 @@
 #include <cstddef>
 #include <cstdint>
 #include <iosfwd>
+#include <memory>
+#include <ostream>
 #include <string>
 #include <type_traits>
 #include <typeinfo>
 #include <variant>
 
-#include "platform/model/LightSetting.h"
 #include "platform/zel/Name.h"
 #include "platform/zel/Ptr.h"
 #include "platform/zel/PtrInterface.h"
 #include "platform/zel/String.h"
 
 namespace Zel::GenericIf {
+
+// Specialised by the layer that owns a value type, with `static constexpr char const* name`.
+template <class T>
+struct ValueKind;
+
+template <class T>
+concept RegisteredValue = requires {
+  { ValueKind<T>::name } -> std::convertible_to<char const*>;
+};
+
+// A registered value, boxed: immutable once made, so copies of a Value share it.
+class RegisteredValueBox {
+ public:
+  virtual ~RegisteredValueBox() = default;
+  virtual std::type_info const& type() const noexcept = 0;
+  virtual char const* kindName() const noexcept = 0;
+  virtual void print(std::ostream& out) const = 0;
+  virtual bool equals(RegisteredValueBox const& other) const = 0;
+};
+
+template <RegisteredValue T>
+class RegisteredValueOf final : public RegisteredValueBox {
+ public:
+  explicit RegisteredValueOf(T value) : value_(std::move(value)) {}
+  T const& value() const noexcept { return value_; }
+  std::type_info const& type() const noexcept override { return typeid(T); }
+  char const* kindName() const noexcept override { return ValueKind<T>::name; }
+  void print(std::ostream& out) const override { out << value_; }
+  bool equals(RegisteredValueBox const& other) const override {
+    auto const* same = dynamic_cast<RegisteredValueOf const*>(&other);
+    return same && same->value_ == value_;
+  }
+
+ private:
+  T value_;
+};
 
 class Value {
  public:
@@ -38,7 +81,7 @@ class Value {
     string,
     name,
     object,
-    lightSetting,
+    registered,
   };
 
   Value() noexcept = default;
@@ -56,7 +99,8 @@ class Value {
   Value(char const* text) : data_(String(text)) {}
   Value(std::string const& text) : data_(String(text)) {}
   Value(Name value) : data_(std::move(value)) {}
-  Value(::Led::LightSetting const& value) : data_(value) {}
+  template <RegisteredValue T>
+  Value(T value) : data_(std::make_shared<RegisteredValueOf<T> const>(std::move(value))) {}
   // A null object pointer: what a pointer attribute reads while it points nowhere.
   Value(std::nullptr_t) : data_(Ptr<PtrInterface>()) {}
   template <class T>
@@ -79,7 +123,14 @@ class Value {
   // A String or a Name.
   String asString() const;
   Name asName() const;
-  ::Led::LightSetting const& asLightSetting() const;
+  // A registered value of type T; a value of any other kind or type is refused.
+  template <RegisteredValue T>
+  T const& as() const {
+    if (auto const* box = registeredBox()) {
+      if (auto const* typed = dynamic_cast<RegisteredValueOf<T> const*>(box)) return typed->value();
+    }
+    refuseKind(ValueKind<T>::name);
+  }
   // The object pointer; null for an empty value or a null pointer.
   Ptr<PtrInterface> asObject() const;
   // The object pointer cast to T (which may be const); null stays null, an object of another
@@ -97,14 +148,18 @@ class Value {
   // name, a framework object's type name, "(null)" for a null pointer, "(none)" for no value.
   std::string text() const;
 
-  friend bool operator==(Value const& a, Value const& b) = default;
+  friend bool operator==(Value const& a, Value const& b);
+  // The boxed value of a registered kind; null for every other kind.
+  RegisteredValueBox const* registeredBox() const noexcept;
 
  private:
+  using Registered = std::shared_ptr<RegisteredValueBox const>;
+
   [[noreturn]] void refuseKind(char const* expected) const;
   [[noreturn]] void refuseObjectType(std::type_info const& expected) const;
 
   std::variant<std::monostate, bool, std::int64_t, std::uint64_t, double, String, Name,
-               Ptr<PtrInterface>, ::Led::LightSetting>
+               Ptr<PtrInterface>, Registered>
       data_;
 };
 

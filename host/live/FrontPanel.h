@@ -1,0 +1,66 @@
+// The live view on a terminal: the panel stays at the top of the screen and redraws in place as
+// the pins change, while the console and any messages scroll in the region below it.
+#pragma once
+
+#include <deque>
+#include <functional>
+#include <map>
+#include <memory>
+#include <ostream>
+#include <string>
+#include <vector>
+
+#include "host/live/LiveView.h"
+#include "host/live/PanelLayout.h"
+#include "host/run/Session.h"
+#include "platform/zel/Clock.h"
+
+namespace Host {
+
+class FrontPanel : public LiveView {
+ public:
+  // `out` is the terminal; `afterLayout` runs when the panel took more rows and the console
+  // below it has to redraw its input line.
+  FrontPanel(Session& session, std::string title, std::ostream& out,
+             std::function<void()> afterLayout);
+  ~FrontPanel() override;
+
+  void pinChanged(PinChange const& change) override;
+  void refresh() override;
+  void resize() override;
+
+ private:
+  class FrameTimer;
+
+  void scheduleRedraw();
+  void drawFrame();
+  void redraw();
+  void reserveRows(int rows);
+  std::vector<LedLights> ledsInOrder();
+  std::string recentLine() const;
+
+  static constexpr std::size_t kRecentChanges = 8;
+  static constexpr int kMinConsoleRows = 4;
+
+  Session& session_;
+  std::string title_;
+  std::ostream& out_;
+  std::function<void()> afterLayout_;
+  PanelStyle style_;
+  int screenRows_ = 24;
+  int panelRows_ = 0;
+  std::map<std::string, std::size_t> order_;  // LED name -> when it was first seen
+  std::deque<PinChange> recent_;
+  bool redrawQueued_ = false;
+  // At most this many frames a second: a terminal cannot show more, and each costs a write.
+  static constexpr double kFramePeriod = 1.0 / 25;
+  double lastFrame_ = -1.0;
+  Zel::Ptr<FrameTimer> frameTimer_;
+  std::vector<std::string> drawn_;  // the rows on the screen, so that a frame writes only changes
+  std::shared_ptr<int> alive_ = std::make_shared<int>(0);  // outlived by queued redraws
+};
+
+// True when the terminal's locale draws UTF-8.
+bool localeIsUtf8();
+
+}  // namespace Host

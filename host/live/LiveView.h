@@ -1,0 +1,19 @@
+// How a live run shows what the pins do: a front panel on a terminal, a log of pin changes
+// elsewhere.
+#pragma once
+
+#include "host/live/PinWatcher.h"
+
+namespace Host {
+
+class LiveView {
+ public:
+  virtual ~LiveView() = default;
+  virtual void pinChanged(PinChange const& change) = 0;
+  // After each command: the set of LEDs may have changed.
+  virtual void refresh() {}
+  // The terminal changed size.
+  virtual void resize() {}
+};
+
+}  // namespace Host

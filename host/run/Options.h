@@ -1,0 +1,45 @@
+// The command line of warden: a subcommand (run or check), its options and its scripts.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "host/run/AgentProfile.h"
+
+namespace Host {
+
+// The state database on a server instead of the in-memory one.
+struct DatabaseOptions {
+  std::string url;           // empty: the in-memory database
+  std::string passwordFile;  // overrides the URL's password-file
+  bool allowInsecure = false;
+};
+
+struct Options {
+  enum class Mode { run, check, help };
+
+  Mode mode = Mode::help;
+  std::string agentPath;  // empty: the plug-in built or installed with warden
+  std::string agentName = kDefaultAgentName;
+  std::uint32_t cell = 1;
+  std::vector<std::pair<std::string, std::uint32_t>> traces;  // facility, levels
+  bool quiet = false;
+  std::string pinMap;        // run: drive the pins this map names
+  bool pinsPartial = false;  // run: drive the pins that can be claimed, report the others
+  DatabaseOptions database;
+  std::vector<std::string> scripts;
+};
+
+struct ParsedOptions {
+  Options options;
+  std::string error;  // empty when the command line was understood
+};
+
+// `arguments` excludes the program name.
+ParsedOptions parseOptions(std::vector<std::string> const& arguments);
+
+std::string usageText();
+
+}  // namespace Host
