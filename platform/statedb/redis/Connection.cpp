@@ -57,6 +57,9 @@ bool Connection::open(Endpoint const& endpoint, std::string const* password, boo
     return false;
   }
   context->data = this;
+  // The reader keeps its buffer between replies: giving back a large idle buffer after every
+  // batch makes the allocator consolidate all its small free chunks each time.
+  context->c.reader->maxbuf = 0;
   loopAttach(loop_, context);
   redisAsyncSetConnectCallback(context, &Connection::onConnect);
   redisAsyncSetDisconnectCallback(context, &Connection::onDisconnect);

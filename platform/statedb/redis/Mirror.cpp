@@ -96,6 +96,9 @@ void Mirror::flushSoon() {
 void Mirror::flush() {
   flushQueued_ = false;
   if (!link_.isUp()) return;  // resync on reconnect reads them all
+  // While the tables are scanned, reads would queue ahead of each next SCAN step and stretch
+  // the scan; the keys found are read in one batch when it ends.
+  if (scansOwed_ != 0) return;
   std::vector<std::string> keys;
   keys.swap(dirtyOrder_);
   dirty_.clear();
@@ -212,6 +215,7 @@ void Mirror::scanDone() {
   if (scansOwed_ == 0 || --scansOwed_ != 0) return;
   removeUnseen();
   seen_.clear();
+  flushSoon();
   quietCheck();
 }
 

@@ -122,6 +122,7 @@ void PinTableWriter::rewrite() {
   scanning_ = true;
   readsOwed_ = 0;
   written_.clear();
+  scanned_.clear();
   scan("0");
 }
 
@@ -141,14 +142,18 @@ void PinTableWriter::scan(std::string const& cursor) {
         if (reply.type == REDIS_REPLY_ARRAY && reply.elements == 2) {
           redisReply const& keys = *reply.element[1];
           for (std::size_t i = 0; i < keys.elements; ++i) {
-            readValue(replyText(*keys.element[i]));
+            scanned_.push_back(replyText(*keys.element[i]));
           }
           next = replyText(*reply.element[0]);
         } else {
           log_("statedb: cannot scan " + std::string(kPinTable) + ": " + replyText(reply));
         }
         if (next == "0") {
+          // Read back only now: reads queued between SCAN steps would delay each next step.
           scanning_ = false;
+          std::vector<std::string> found;
+          found.swap(scanned_);
+          for (auto const& key : found) readValue(key);
           syncStep();
         } else {
           scan(next);

@@ -57,6 +57,7 @@ class PinTableWriter {
   bool flushQueued_ = false;
   bool syncing_ = false;
   bool scanning_ = false;
+  std::vector<std::string> scanned_;  // keys found by the scan, read back when it ends
   std::size_t readsOwed_ = 0;
   std::uint64_t generation_ = 0;
   std::uint64_t writes_ = 0;
