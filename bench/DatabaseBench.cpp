@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <stdexcept>
 #include <string>
 #include <unordered_map>
@@ -113,7 +114,9 @@ double percentile(std::vector<double> values, double fraction) {
       continue;
     }
     pollfd ready{watcher->fd, POLLIN, 0};
-    int const waitMs = next < total ? std::max(0, static_cast<int>((due - now()) * 1000.0)) : 10;
+    // Rounded up: a publisher spinning on a zero time-out would take a core from the agent.
+    int const waitMs =
+        next < total ? std::max(0, static_cast<int>(std::ceil((due - now()) * 1000.0))) : 10;
     if (watcher->reader->pos == watcher->reader->len && ::poll(&ready, 1, waitMs) <= 0) continue;
     void* message = nullptr;
     if (redisGetReply(watcher, &message) != REDIS_OK) break;
