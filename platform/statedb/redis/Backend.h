@@ -19,7 +19,7 @@ struct BackendOptions {
   LinkSettings link;
 };
 
-class Backend : private Link::Listener {
+class Backend final : private Link::Listener {
  public:
   // Null with `error` set when the URL is bad or refused.
   static std::unique_ptr<Backend> backendIs(Zel::ActivityManager& loop,
