@@ -113,6 +113,7 @@ def build_rows(table, results):
     live_rows(table, results)
     memory_rows(table, results)
     peer_rows(table, results)
+    database_rows(table, results)
 
 
 def scaling_rows(table, results, name, label):
@@ -278,6 +279,33 @@ def peer_rows(table, results):
         peer_ratio_rows(table, n, "spread", spread, led_spread, None)
 
 
+def database_rows(table, results):
+    trip = results.benchmark("database.json", "BM_DatabaseRoundTrip/")
+    if trip is None:
+        table.unavailable("8 Database round trip, p50 / p99", "1000/s", "p99 < 2 ms")
+    else:
+        table.add("8 Database round trip, p50 / p99", "1000/s over " + count(10000),
+                  "{:.2f} ms / {:.2f} ms".format(trip["p50_ms"], trip["p99_ms"]), "p99 < 2 ms",
+                  trip["p99_ms"] < 2.0)
+    resync = results.benchmark("database.json", "BM_DatabaseResync/")
+    if resync is None:
+        table.unavailable("8 Database resync, start / reconnect", count(100000), "< 3 s")
+    else:
+        table.add("8 Database resync, start / reconnect", count(100000),
+                  "{:.2f} s / {:.2f} s".format(resync["start_s"], resync["reconnect_s"]), "< 3 s",
+                  max(resync["start_s"], resync["reconnect_s"]) < 3.0)
+        table.add("8 Database reconnect, pins written", count(100000),
+                  "{:.0f}".format(resync["reconnect_pin_writes"]), "0",
+                  resync["reconnect_pin_writes"] == 0)
+    idle = results.benchmark("database.json", "BM_DatabaseIdle/")
+    if idle is None:
+        table.unavailable("8 Database idle, wakes/s / CPU", "", "< 1/s: keep-alive only")
+    else:
+        table.add("8 Database idle, wakes/s / CPU", "100 LEDs",
+                  "{:.2f} / {:.3f} %".format(idle["wakes_per_s"], idle["cpu_percent"]),
+                  "< 1/s: keep-alive only", idle["wakes_per_s"] < 1.0)
+
+
 NOTES = """\
 Notes
 - Start-up: N ready mappings (one pin per colour) and N configurations (half steady, half
@@ -306,6 +334,12 @@ Notes
   The machine's limit (the bare timer above) is measured in the same run. A toggle's lateness
   is measured the same way for both: each toggle is due T after the same pin's previous toggle.
   Peak memory is the whole process's (ru_maxrss).
+- Database: a redis-server of the benchmark's own on a unix socket. Round trip: another
+  process sets one LED green with HSET, 1,000 a second for 5 s over 10,000 LEDs, and times it
+  until the keyspace notification of the agent's write of that LED's pin arrives. Resync: 100,000
+  LEDs (mapping and setting) in the tables; start = backend and agent started until every pin is
+  in the pin table; reconnect = subscriber connection killed until the resync has closed, with
+  the pins written meanwhile (nothing changed, so none). Idle: connected, 20 s, nothing flashing.
 """
 
 

@@ -112,8 +112,8 @@ void runScript(Host::Script const& script) {
   Host::TraceCollector traces(Host::kAgentTraceFacility, discard);
   TraceScope const scope(traces);
   traces.recordedLevelsIs(Host::expectedTraceLevels(script));
-  Host::Executor executor({Zel::ActivityManager::TimeSource::virtualTime, true}, traces, discard,
-                          nullptr);
+  Host::Executor executor({Zel::ActivityManager::TimeSource::virtualTime, true, {}}, traces,
+                          discard, nullptr);
   executor.startAgent(createAgent, kAgentName, kInputName);
   ScriptPlayer player(script, executor);
   player.play();

@@ -121,6 +121,12 @@ std::size_t AgentRig::machineCount() const {
   return reactor().gpioLedStateMachine().size();
 }
 
+Zel::Dir& AgentRig::pinDir() const {
+  auto dir = Zel::ptrCast<Zel::Dir>(database_->entityIs("hardware/corvel/gpio/config", "Zel::Dir"));
+  if (!dir) throw std::runtime_error("pin directory not created");
+  return *dir;
+}
+
 std::size_t AgentRig::pinCount() const {
   return agent_->gpioPinConfigDir() ? agent_->gpioPinConfigDir()->entryCount() : 0;
 }

@@ -55,6 +55,11 @@ class AgentRig {
   void startAgentAndSettle();
 
   Zel::ActivityManager& loop() const noexcept { return *loop_; }
+  // The input directories and the output pin directory, for a database backend to fill and
+  // follow (the pin directory is made when absent, as the agent's mount would).
+  Hardware::Gpio::GpioLedSystemConfigDir& mappingDir() const noexcept { return *mappings_; }
+  Hardware::Led::LedSystemConfigDir& ledDir() const noexcept { return *leds_; }
+  Zel::Dir& pinDir() const;
   Pinlamp::Agent& agent() const noexcept { return *agent_; }
   Pinlamp::ConfigReactor& reactor() const;
   std::size_t machineCount() const;

@@ -90,6 +90,12 @@ class OptionReader {
       options.pinMap = value();
     } else if (name == "--pins-partial" && equals == std::string::npos) {
       options.pinsPartial = true;
+    } else if (name == "--db") {
+      options.database.url = value();
+    } else if (name == "--db-password-file") {
+      options.database.passwordFile = value();
+    } else if (name == "--db-allow-insecure" && equals == std::string::npos) {
+      options.database.allowInsecure = true;
     } else if (name == "--quiet" && equals == std::string::npos) {
       options.quiet = true;
     } else if (name == "--help" || name == "-h") {
@@ -135,6 +141,12 @@ options:
                              the pin map FILE says; warden does not start when a mapped pin
                              cannot be claimed
   --pins-partial             run: drive the pins that can be claimed and report the others
+  --db URL                   follow the inputs from, and write the pins to, a database server:
+                             unix:PATH[?db=N&user=NAME&password-file=FILE] or
+                             redis://[NAME@]HOST[:PORT][/N][?password-file=FILE]; check
+                             publishes each script's commands there, starting from empty tables
+  --db-password-file FILE    the database password, read from FILE (never given on the line)
+  --db-allow-insecure        allow TCP to another machine without credentials
 )";
 }
 

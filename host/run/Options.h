@@ -10,6 +10,13 @@
 
 namespace Host {
 
+// The state database on a server instead of the in-memory one.
+struct DatabaseOptions {
+  std::string url;           // empty: the in-memory database
+  std::string passwordFile;  // overrides the URL's password-file
+  bool allowInsecure = false;
+};
+
 struct Options {
   enum class Mode { run, check, help };
 
@@ -21,6 +28,7 @@ struct Options {
   bool quiet = false;
   std::string pinMap;        // run: drive the pins this map names
   bool pinsPartial = false;  // run: drive the pins that can be claimed, report the others
+  DatabaseOptions database;
   std::vector<std::string> scripts;
 };
 

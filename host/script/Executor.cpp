@@ -1,11 +1,13 @@
 #include "host/script/Executor.h"
 
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 #include <variant>
 
 #include "host/script/LedLights.h"
 #include "host/script/Publisher.h"
+#include "host/script/ServerTables.h"
 #include "host/script/StatusReport.h"
 
 namespace Host {
@@ -52,6 +54,11 @@ Executor::~Executor() = default;
 void Executor::startAgent(AgentFactory const& factory, std::string const& name,
                           std::string script) {
   openWindow(SourceLocation{std::move(script), 0});
+  if (!settings_.database.url.empty()) {
+    std::string error;
+    server_ = ServerTables::serverTablesIs(settings_.database, session_, error);
+    if (!server_) throw std::runtime_error("database: " + error);
+  }
   session_.startAgent(factory, name);
   inspector_ = makeAgentInspector(session_.agent());
 }
@@ -106,13 +113,26 @@ void Executor::onRaised(std::string const& text) {
   window_.raised(text);
 }
 
+std::string Executor::settleServer() {
+  if (server_->settle()) return {};
+  return "the database did not answer: the change may not have reached the agent";
+}
+
 std::string Executor::run(MappingCommand const& command) {
+  if (server_) {
+    server_->publish(command);
+    return settleServer();
+  }
   session_.guarded([&] { publishMapping(session_.mappings(), command); });
   session_.settle();
   return {};
 }
 
 std::string Executor::run(LedCommand const& command) {
+  if (server_) {
+    server_->publish(command);
+    return settleServer();
+  }
   session_.guarded([&] { publishLed(session_.leds(), command); });
   session_.settle();
   return {};
@@ -121,11 +141,16 @@ std::string Executor::run(LedCommand const& command) {
 std::string Executor::run(RemoveCommand const& command) {
   bool removed = false;
   bool const mapping = command.what == RemoveCommand::What::mapping;
-  session_.guarded([&] {
-    removed = mapping ? withdrawMapping(session_.mappings(), command.led)
-                      : withdrawLed(session_.leds(), command.led);
-  });
-  session_.settle();
+  if (server_) {
+    removed = server_->withdraw(command);
+    if (std::string problem = settleServer(); !problem.empty()) return problem;
+  } else {
+    session_.guarded([&] {
+      removed = mapping ? withdrawMapping(session_.mappings(), command.led)
+                        : withdrawLed(session_.leds(), command.led);
+    });
+    session_.settle();
+  }
   if (removed) return {};
   return std::string("cannot remove: there is no ") + (mapping ? "mapping" : "led") + " '" +
          command.led + "'";

@@ -11,6 +11,7 @@
 #include <string>
 
 #include "host/run/AgentInspector.h"
+#include "host/run/Options.h"
 #include "host/script/CommandWindow.h"
 #include "host/script/ScriptParser.h"
 #include "host/run/Session.h"
@@ -26,6 +27,8 @@ class Executor {
     Zel::ActivityManager::TimeSource timeSource = Zel::ActivityManager::TimeSource::virtualTime;
     // Check runs fail on exceptions that no `expect raised` checked; live runs only print them.
     bool failOnUncheckedRaised = true;
+    // A database server to publish through; without a URL, the session's in-memory database.
+    DatabaseOptions database;
   };
 
   // `out` receives reports (`show`, "agent raised: ...") and `onFailure` every failed
@@ -53,6 +56,7 @@ class Executor {
   void closeWindow();
   void fail(SourceLocation const& where, std::string const& what);
   void onRaised(std::string const& text);
+  std::string settleServer();
 
   // Each returns an empty string when the command did what it should, else the reason.
   std::string run(MappingCommand const& command);
@@ -78,6 +82,7 @@ class Executor {
   bool windowOpen_ = false;
   Session session_;
   std::unique_ptr<AgentInspector> inspector_;
+  std::unique_ptr<class ServerTables> server_;
 };
 
 }  // namespace Host

@@ -232,11 +232,13 @@ void ActivityManager::makePoller() {
   timerFd_ = timerFd;
 }
 
-void ActivityManager::watchAdd(int fd) {
+void ActivityManager::watchSet(int fd, FdWatch const& watch, bool known) {
   epoll_event ev{};
-  ev.events = EPOLLIN;
+  ev.events = (watch.onReadable ? EPOLLIN : 0u) | (watch.onWritable ? EPOLLOUT : 0u);
   ev.data.fd = fd;
-  if (::epoll_ctl(epollFd_, EPOLL_CTL_ADD, fd, &ev) != 0) throwSystemError("epoll_ctl ADD", fd);
+  if (::epoll_ctl(epollFd_, known ? EPOLL_CTL_MOD : EPOLL_CTL_ADD, fd, &ev) != 0) {
+    throwSystemError(known ? "epoll_ctl MOD" : "epoll_ctl ADD", fd);
+  }
 }
 
 void ActivityManager::waitForWork(double until) {
@@ -263,25 +265,67 @@ void ActivityManager::waitForWork(double until) {
     if (errno == EINTR) return;
     throwSystemError("epoll_wait", epollFd_);
   }
-  for (int i = 0; i < n; ++i) {
-    int fd = events[i].data.fd;
+  dispatch(events, n);
+}
+
+std::size_t ActivityManager::dispatch(epoll_event const* events, int count) {
+  std::size_t ran = 0;
+  for (int i = 0; i < count; ++i) {
+    int const fd = events[i].data.fd;
     if (fd == timerFd_) continue;
-    auto it = fdHandlers_.find(fd);
-    if (it == fdHandlers_.end()) continue;
-    auto handler = it->second;  // the handler may remove its own watch
-    try {
-      handler();
-    } catch (...) {
-      report(std::current_exception());
+    // Each handler may remove its own watch, or another's, so every look-up is fresh and the
+    // handler is copied before it runs.
+    std::uint32_t const ready = events[i].events;
+    bool const readable = (ready & (EPOLLIN | EPOLLHUP | EPOLLERR)) != 0;
+    bool const writable = (ready & (EPOLLOUT | EPOLLERR)) != 0;
+    for (bool const forRead : {true, false}) {
+      if (forRead ? !readable : !writable) continue;
+      auto it = fdWatches_.find(fd);
+      if (it == fdWatches_.end()) break;
+      auto handler = forRead ? it->second.onReadable : it->second.onWritable;
+      if (!handler) continue;
+      ++ran;
+      try {
+        handler();
+      } catch (...) {
+        report(std::current_exception());
+      }
     }
   }
+  return ran;
+}
+
+std::size_t ActivityManager::pollIo(double seconds) {
+  makePoller();
+  runPending();
+  epoll_event events[16];
+  int const timeoutMs = seconds <= 0.0 ? 0 : static_cast<int>(std::ceil(seconds * 1000.0));
+  int const n = ::epoll_wait(epollFd_, events, 16, timeoutMs);
+  if (n < 0 && errno != EINTR) throwSystemError("epoll_wait", epollFd_);
+  std::size_t const ran = n > 0 ? dispatch(events, n) : 0;
+  runPending();
+  return ran;
 }
 
 void ActivityManager::fdReadableIs(int fd, std::function<void()> onReadable) {
-  auto const known = fdHandlers_.find(fd);
-  if (!onReadable) {
-    if (known == fdHandlers_.end()) return;
-    fdHandlers_.erase(known);
+  auto const known = fdWatches_.find(fd);
+  FdWatch watch = known == fdWatches_.end() ? FdWatch{} : known->second;
+  watch.onReadable = std::move(onReadable);
+  fdWatchIs(fd, std::move(watch));
+}
+
+void ActivityManager::fdWritableIs(int fd, std::function<void()> onWritable) {
+  auto const known = fdWatches_.find(fd);
+  FdWatch watch = known == fdWatches_.end() ? FdWatch{} : known->second;
+  watch.onWritable = std::move(onWritable);
+  fdWatchIs(fd, std::move(watch));
+}
+
+void ActivityManager::fdWatchIs(int fd, FdWatch watch) {
+  auto const known = fdWatches_.find(fd);
+  if (!watch.onReadable && !watch.onWritable) {
+    if (known == fdWatches_.end()) return;
+    fdWatches_.erase(known);
     // A descriptor closed before its watch is removed has already left the poller by itself.
     if (::epoll_ctl(epollFd_, EPOLL_CTL_DEL, fd, nullptr) != 0 && errno != EBADF &&
         errno != ENOENT) {
@@ -289,13 +333,12 @@ void ActivityManager::fdReadableIs(int fd, std::function<void()> onReadable) {
     }
     return;
   }
-  if (known != fdHandlers_.end()) {
-    known->second = std::move(onReadable);
-    return;
-  }
   makePoller();
-  watchAdd(fd);
-  fdHandlers_.emplace(fd, std::move(onReadable));
+  bool const changesEvents = known == fdWatches_.end() ||
+                             !known->second.onReadable != !watch.onReadable ||
+                             !known->second.onWritable != !watch.onWritable;
+  if (changesEvents) watchSet(fd, watch, known != fdWatches_.end());
+  fdWatches_[fd] = std::move(watch);
 }
 
 double System::monotonicTime() noexcept {

@@ -13,6 +13,8 @@
 #include <unordered_map>
 #include <vector>
 
+struct epoll_event;
+
 #include "platform/zel/Clock.h"
 #include "platform/zel/Entity.h"
 
@@ -65,6 +67,14 @@ class ActivityManager {
   // A descriptor the system cannot watch (a regular file, a closed one) raises std::system_error
   // at once and is not watched.
   void fdReadableIs(int fd, std::function<void()> onReadable);
+  // Calls `onWritable` whenever `fd` can take more output; null removes the watch. Clients with
+  // buffered output watch for this only until the buffer drains, since a socket is nearly
+  // always writable.
+  void fdWritableIs(int fd, std::function<void()> onWritable);
+  // Waits up to `seconds` for a watched descriptor, runs the handlers of those that are ready
+  // and then the queued work; time does not move. Lets a virtual-time run talk to a real peer.
+  // Returns the number of handlers run.
+  std::size_t pollIo(double seconds);
 
   // The live loop runs expiries at most once per this span (default 1 ms): an expiry that falls
   // due sooner after the previous run of expiries waits for the span to end, and then runs in
@@ -101,9 +111,16 @@ class ActivityManager {
   void restorePostponed();
   void report(std::exception_ptr error);
   void runLive(double until);
+  struct FdWatch {
+    std::function<void()> onReadable;
+    std::function<void()> onWritable;
+  };
+
   void makePoller();
-  void watchAdd(int fd);
+  void watchSet(int fd, FdWatch const& watch, bool known);
+  void fdWatchIs(int fd, FdWatch watch);
   void waitForWork(double until);
+  std::size_t dispatch(struct epoll_event const* events, int count);
 
   TimeSource source_;
   double virtualNow_;
@@ -120,7 +137,7 @@ class ActivityManager {
   ExceptionHandler exceptionHandler_;
   int epollFd_ = -1;
   int timerFd_ = -1;
-  std::unordered_map<int, std::function<void()>> fdHandlers_;
+  std::unordered_map<int, FdWatch> fdWatches_;
 };
 
 // The process's activity loop: the one installed by the innermost live ActivityManagerScope;

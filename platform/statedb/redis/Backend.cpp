@@ -1,0 +1,65 @@
+#include "platform/statedb/redis/Backend.h"
+
+#include <hiredis/hiredis.h>
+
+namespace Statedb::Redis {
+
+std::unique_ptr<Backend> Backend::backendIs(Zel::ActivityManager& loop,
+                                            BackendOptions const& options,
+                                            Hardware::Gpio::GpioLedSystemConfigDir& mappings,
+                                            Hardware::Led::LedSystemConfigDir& leds, Zel::Dir& pins,
+                                            Log log, std::string& error) {
+  auto endpoint = endpointOf(options.url, error);
+  if (!endpoint) return nullptr;
+  error = refusalOf(*endpoint, options.allowInsecure);
+  if (!error.empty()) return nullptr;
+  return std::make_unique<Backend>(loop, *endpoint, options.link, mappings, leds, pins,
+                                   std::move(log));
+}
+
+Backend::Backend(Zel::ActivityManager& loop, Endpoint endpoint, LinkSettings settings,
+                 Hardware::Gpio::GpioLedSystemConfigDir& mappings,
+                 Hardware::Led::LedSystemConfigDir& leds, Zel::Dir& pins, Log log)
+    : loop_(loop),
+      link_(loop, std::move(endpoint), {kLedTable, kMappingTable}, settings, log),
+      mirror_(loop, link_, mappings, leds, log),
+      pinWriter_(loop, link_, pins, log) {
+  link_.listenerIs(this);
+}
+
+void Backend::onLinkUp() {
+  // Subscribed already: whatever changes from here on is notified, so a whole read now misses
+  // nothing.
+  mirror_.resync();
+  pinWriter_.rewrite();
+}
+
+void Backend::onLinkDown() {
+  mirror_.linkDown();
+  pinWriter_.linkDown();
+}
+
+void Backend::afterIdle(std::function<void()> then) {
+  // At the end of the turn, once what the agent queued in reaction has run; work that turn-end
+  // work queues in turn goes ahead of the next try.
+  loop_.turnEndTaskIs([this, then = std::move(then)]() mutable {
+    if (loop_.pendingCount() > 0) return afterIdle(std::move(then));
+    then();
+  });
+}
+
+void Backend::barrier(std::function<void()> done) {
+  link_.probe([this, done = std::move(done)]() mutable {
+    mirror_.whenQuiet([this, done = std::move(done)]() mutable {
+      afterIdle([this, done = std::move(done)]() mutable {
+        pinWriter_.flush();
+        auto shared = std::make_shared<std::function<void()>>(std::move(done));
+        bool const sent = link_.command({"PING"}, [shared](redisReply const&) { (*shared)(); });
+        // Lost meanwhile: start over once the link is back.
+        if (!sent) barrier(std::move(*shared));
+      });
+    });
+  });
+}
+
+}  // namespace Statedb::Redis

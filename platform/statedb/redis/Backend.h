@@ -1,0 +1,59 @@
+// The state database on a server: the agent's input directories follow the LED and mapping
+// tables, and its output pins go to the pin table. Everything runs on the activity loop; while
+// the server is away the agent goes on with what it last knew.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+
+#include "platform/statedb/redis/Link.h"
+#include "platform/statedb/redis/Mirror.h"
+#include "platform/statedb/redis/PinTableWriter.h"
+
+namespace Statedb::Redis {
+
+struct BackendOptions {
+  std::string url;
+  bool allowInsecure = false;
+  LinkSettings link;
+};
+
+class Backend final : private Link::Listener {
+ public:
+  // Null with `error` set when the URL is bad or refused.
+  static std::unique_ptr<Backend> backendIs(Zel::ActivityManager& loop,
+                                            BackendOptions const& options,
+                                            Hardware::Gpio::GpioLedSystemConfigDir& mappings,
+                                            Hardware::Led::LedSystemConfigDir& leds, Zel::Dir& pins,
+                                            Log log, std::string& error);
+
+  Backend(Zel::ActivityManager& loop, Endpoint endpoint, LinkSettings settings,
+          Hardware::Gpio::GpioLedSystemConfigDir& mappings, Hardware::Led::LedSystemConfigDir& leds,
+          Zel::Dir& pins, Log log);
+
+  void start() { link_.start(); }
+  bool isUp() const noexcept { return link_.isUp(); }
+  // Calls `done` once every change published before now has reached the agent, the agent has
+  // acted on it, and the pins it wrote are in the pin table.
+  void barrier(std::function<void()> done);
+
+  Link& link() noexcept { return link_; }
+  Mirror& mirror() noexcept { return mirror_; }
+  PinTableWriter& pinWriter() noexcept { return pinWriter_; }
+
+ private:
+  void onLinkUp() override;
+  void onLinkDown() override;
+  void onKeyTouched(std::string_view key, std::string_view event) override {
+    mirror_.keyTouched(key, event);
+  }
+  void afterIdle(std::function<void()> then);
+
+  Zel::ActivityManager& loop_;
+  Link link_;
+  Mirror mirror_;
+  PinTableWriter pinWriter_;
+};
+
+}  // namespace Statedb::Redis

@@ -1,0 +1,156 @@
+#include "platform/statedb/redis/Connection.h"
+
+#include <hiredis/async.h>
+#include <hiredis/hiredis.h>
+#include <signal.h>
+
+#include "platform/statedb/redis/LoopAdapter.h"
+#include "platform/zel/ActivityManager.h"
+
+namespace Statedb::Redis {
+
+std::string replyText(redisReply const& reply) {
+  if (reply.type == REDIS_REPLY_ERROR || reply.type == REDIS_REPLY_STATUS ||
+      reply.type == REDIS_REPLY_STRING) {
+    return std::string(reply.str, reply.len);
+  }
+  return {};
+}
+
+bool isError(redisReply const& reply) {
+  return reply.type == REDIS_REPLY_ERROR;
+}
+
+Connection::Connection(Zel::ActivityManager& loop, Closed onClosed)
+    : loop_(loop), onClosed_(std::move(onClosed)), self_(std::make_shared<Connection*>(this)) {}
+
+Connection::~Connection() {
+  *self_ = nullptr;
+  close();
+}
+
+void ignoreBrokenPipes() {
+  // The client library writes with write(2): a server that went away would end the process with
+  // SIGPIPE instead of reporting a lost connection.
+  static bool const ignored = [] {
+    struct sigaction action {};
+    action.sa_handler = SIG_IGN;
+    return ::sigaction(SIGPIPE, &action, nullptr) == 0;
+  }();
+  (void)ignored;
+}
+
+bool Connection::open(Endpoint const& endpoint, std::string const* password, bool selectDb,
+                      std::string& error) {
+  close();
+  ignoreBrokenPipes();
+  redisAsyncContext* context = endpoint.kind == Endpoint::Kind::unixSocket
+                                   ? redisAsyncConnectUnix(endpoint.path.c_str())
+                                   : redisAsyncConnect(endpoint.host.c_str(), endpoint.port);
+  if (!context) {
+    error = "out of memory";
+    return false;
+  }
+  if (context->err) {
+    error = context->errstr;
+    redisAsyncFree(context);
+    return false;
+  }
+  context->data = this;
+  // The reader keeps its buffer between replies: giving back a large idle buffer after every
+  // batch makes the allocator consolidate all its small free chunks each time.
+  context->c.reader->maxbuf = 0;
+  loopAttach(loop_, context);
+  redisAsyncSetConnectCallback(context, &Connection::onConnect);
+  redisAsyncSetDisconnectCallback(context, &Connection::onDisconnect);
+  context_ = context;
+  if (password) {
+    std::vector<std::string> auth{"AUTH"};
+    if (!endpoint.user.empty()) auth.push_back(endpoint.user);
+    auth.push_back(*password);
+    command(auth, [this](redisReply const& reply) {
+      // The server's text never repeats the password.
+      if (isError(reply)) {
+        std::string const reason = "authentication refused: " + replyText(reply);
+        close();
+        reportClosed(reason);
+      }
+    });
+  }
+  if (selectDb && endpoint.db != 0) {
+    command({"SELECT", std::to_string(endpoint.db)}, [](redisReply const&) {});
+  }
+  return true;
+}
+
+void Connection::close() {
+  redisAsyncContext* context = context_;
+  if (!context) return;
+  context_ = nullptr;
+  context->data = nullptr;  // its disconnect is ours, not to be reported
+  redisAsyncFree(context);
+}
+
+bool Connection::send(std::vector<std::string> const& args,
+                      void (*trampoline)(redisAsyncContext*, void*, void*), void* data) {
+  if (!context_) return false;
+  std::vector<char const*> argv;
+  std::vector<std::size_t> lengths;
+  argv.reserve(args.size());
+  lengths.reserve(args.size());
+  for (auto const& arg : args) {
+    argv.push_back(arg.data());
+    lengths.push_back(arg.size());
+  }
+  return redisAsyncCommandArgv(context_, trampoline, data, static_cast<int>(args.size()),
+                               argv.data(), lengths.data()) == REDIS_OK;
+}
+
+bool Connection::command(std::vector<std::string> const& args, Reply reply) {
+  auto* held = new Reply(std::move(reply));
+  if (send(args, &Connection::onReply, held)) return true;
+  delete held;
+  return false;
+}
+
+bool Connection::subscribe(std::string const& verb, std::string const& channel) {
+  return send({verb, channel}, &Connection::onSubscription, this);
+}
+
+void Connection::onReply(redisAsyncContext*, void* reply, void* data) {
+  std::unique_ptr<Reply> held(static_cast<Reply*>(data));
+  // A null reply is a reply that will never come: the connection is going.
+  if (reply && *held) (*held)(*static_cast<redisReply*>(reply));
+}
+
+void Connection::onSubscription(redisAsyncContext* context, void* reply, void* data) {
+  if (!reply || context->data != data) return;
+  auto* self = static_cast<Connection*>(data);
+  if (self->onMessage_) self->onMessage_(*static_cast<redisReply*>(reply));
+}
+
+void Connection::onConnect(redisAsyncContext const* context, int status) {
+  auto* self = static_cast<Connection*>(context->data);
+  // A failed connect frees the context without a disconnect callback.
+  if (!self || status == REDIS_OK) return;
+  self->context_ = nullptr;
+  self->reportClosed(context->errstr[0] ? context->errstr : "cannot connect");
+}
+
+void Connection::onDisconnect(redisAsyncContext const* context, int) {
+  auto* self = static_cast<Connection*>(context->data);
+  if (!self) return;
+  self->context_ = nullptr;
+  self->reportClosed(context->err && context->errstr[0] ? context->errstr : "connection lost");
+}
+
+void Connection::reportClosed(std::string const& reason) {
+  // Reported from the loop: the client library may still be unwinding the context.
+  std::weak_ptr<Connection*> weak = self_;
+  loop_.taskIs([weak, reason] {
+    auto alive = weak.lock();
+    if (alive && *alive && (*alive)->onClosed_) (*alive)->onClosed_(reason);
+  });
+}
+
+}  // namespace Statedb::Redis

@@ -1,0 +1,74 @@
+// One client connection to the database server, driven from the activity loop. Commands are
+// queued with a reply callback and written in one batch when the socket is writable, which
+// pipelines everything issued within a loop turn. A connection that breaks reports it once,
+// from the loop, never from inside the client library; replies still owed are dropped, since
+// whoever issued them starts over on reconnect.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "platform/statedb/redis/Endpoint.h"
+
+struct redisAsyncContext;
+struct redisReply;
+
+namespace Zel {
+class ActivityManager;
+}
+
+namespace Statedb::Redis {
+
+class Connection {
+ public:
+  using Reply = std::function<void(redisReply const& reply)>;
+  using Closed = std::function<void(std::string const& reason)>;
+
+  Connection(Zel::ActivityManager& loop, Closed onClosed);
+  ~Connection();
+  Connection(Connection const&) = delete;
+  Connection& operator=(Connection const&) = delete;
+
+  // Starts connecting; the connection counts as open at once and commands may be queued. AUTH
+  // (when `password` is set) and SELECT (when `selectDb`) go first. False with `error` set when
+  // the attempt fails at once.
+  bool open(Endpoint const& endpoint, std::string const* password, bool selectDb,
+            std::string& error);
+  // Drops the connection without reporting it.
+  void close();
+  bool isOpen() const noexcept { return context_ != nullptr; }
+
+  // Queues a command; false when the connection is closed.
+  bool command(std::vector<std::string> const& args, Reply reply);
+  // Subscribes (SUBSCRIBE or PSUBSCRIBE) to `channel`: the confirmation and every message
+  // arrive at `onMessage`, which outlives the connection's context.
+  bool subscribe(std::string const& verb, std::string const& channel);
+  void messageHandlerIs(Reply onMessage) { onMessage_ = std::move(onMessage); }
+
+ private:
+  static void onReply(redisAsyncContext* context, void* reply, void* data);
+  static void onSubscription(redisAsyncContext* context, void* reply, void* data);
+  static void onConnect(redisAsyncContext const* context, int status);
+  static void onDisconnect(redisAsyncContext const* context, int status);
+  void reportClosed(std::string const& reason);
+  bool send(std::vector<std::string> const& args,
+            void (*trampoline)(redisAsyncContext*, void*, void*), void* data);
+
+  Zel::ActivityManager& loop_;
+  Closed onClosed_;
+  Reply onMessage_;
+  redisAsyncContext* context_ = nullptr;
+  // Tells deferred reports whether this connection still exists.
+  std::shared_ptr<Connection*> self_;
+};
+
+// Makes writes to a closed socket fail rather than end the process; idempotent.
+void ignoreBrokenPipes();
+
+// The text of an error or status reply; empty for other replies.
+std::string replyText(redisReply const& reply);
+bool isError(redisReply const& reply);
+
+}  // namespace Statedb::Redis

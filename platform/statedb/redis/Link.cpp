@@ -1,0 +1,202 @@
+#include "platform/statedb/redis/Link.h"
+
+#include <hiredis/hiredis.h>
+#include <unistd.h>
+
+#include <charconv>
+#include <cstdio>
+
+#include "platform/zel/ActivityManager.h"
+
+namespace Statedb::Redis {
+
+namespace {
+
+// Keyspace events the link relies on: K (keyspace channel), g (DEL, RENAME, EXPIRE), h (hash
+// commands), x (expiry). 'A' stands for every class but K.
+std::string missingNotifyFlags(std::string const& have) {
+  std::string missing;
+  if (have.find('K') == std::string::npos) missing += 'K';
+  if (have.find('A') != std::string::npos) return missing;
+  for (char flag : {'g', 'h', 'x'}) {
+    if (have.find(flag) == std::string::npos) missing += flag;
+  }
+  return missing;
+}
+
+std::string seconds(double value) {
+  char text[32];
+  std::snprintf(text, sizeof text, "%.1fs", value);
+  return text;
+}
+
+}  // namespace
+
+Link::Link(Zel::ActivityManager& loop, Endpoint endpoint, std::vector<std::string> tables,
+           LinkSettings settings, Log log)
+    : loop_(loop),
+      endpoint_(std::move(endpoint)),
+      tables_(std::move(tables)),
+      settings_(settings),
+      log_(std::move(log)),
+      commands_(loop, [this](std::string const& reason) { fail(reason); }),
+      subscriber_(loop, [this](std::string const& reason) { fail(reason); }),
+      retryTimer_(loop, [this] { connect(); }),
+      keepaliveTimer_(loop, [this] { keepalive(); }),
+      timeoutTimer_(loop, [this] { fail("no answer within " + seconds(settings_.timeout)); }),
+      keyspacePrefix_("__keyspace@" + std::to_string(endpoint_.db) + "__:") {
+  static std::uint64_t linkCount = 0;
+  probeChannel_ = "pinlamp:probe:" + std::to_string(::getpid()) + ":" + std::to_string(++linkCount);
+  subscriber_.messageHandlerIs([this](redisReply const& reply) { onMessage(reply); });
+  backoff_ = settings_.backoffMin;
+}
+
+Link::~Link() = default;
+
+void Link::start() {
+  if (state_ == State::idle) connect();
+}
+
+void Link::connect() {
+  state_ = State::connecting;
+  handshakeDone_ = false;
+  confirmationsOwed_ = 0;
+  std::string error;
+  std::optional<std::string> password;
+  if (endpoint_.hasCredentials()) {
+    password = passwordFrom(endpoint_.passwordFile, error);
+    if (!password) return fail(error);
+  }
+  std::string const* secret = password ? &*password : nullptr;
+  if (!commands_.open(endpoint_, secret, true, error) ||
+      !subscriber_.open(endpoint_, secret, false, error)) {
+    return fail(error);
+  }
+  timeoutTimer_.armIn(settings_.timeout);
+  checkNotifyFlags();
+  // The handshake ends with the answer to this PING, behind AUTH, SELECT and the flag check.
+  commands_.command({"PING"}, [this](redisReply const&) { handshakeDone(); });
+  for (auto const& table : tables_) {
+    if (subscriber_.subscribe("PSUBSCRIBE", keyspacePrefix_ + table + "|*")) ++confirmationsOwed_;
+  }
+  if (subscriber_.subscribe("SUBSCRIBE", probeChannel_)) ++confirmationsOwed_;
+}
+
+void Link::checkNotifyFlags() {
+  commands_.command({"CONFIG", "GET", "notify-keyspace-events"}, [this](redisReply const& reply) {
+    if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
+      if (!everUp_) {
+        log_("statedb: cannot read notify-keyspace-events (" + replyText(reply) +
+             "); the server must have at least \"Kghx\" set");
+      }
+      return;
+    }
+    std::string const have = replyText(*reply.element[1]);
+    std::string const missing = missingNotifyFlags(have);
+    if (missing.empty()) return;
+    std::string const wanted = have + missing;
+    commands_.command({"CONFIG", "SET", "notify-keyspace-events", wanted},
+                      [this, have, wanted](redisReply const& set) {
+                        log_(isError(set) ? "statedb: cannot set notify-keyspace-events to \"" +
+                                                wanted + "\": " + replyText(set)
+                                          : "statedb: notify-keyspace-events was \"" + have +
+                                                "\", set to \"" + wanted + "\"");
+                      });
+  });
+}
+
+void Link::handshakeDone() {
+  handshakeDone_ = true;
+  maybeUp();
+}
+
+void Link::subscriptionConfirmed() {
+  if (confirmationsOwed_ > 0 && --confirmationsOwed_ == 0) maybeUp();
+}
+
+void Link::maybeUp() {
+  if (state_ != State::connecting || !handshakeDone_ || confirmationsOwed_ != 0) return;
+  state_ = State::up;
+  timeoutTimer_.disarm();
+  backoff_ = settings_.backoffMin;
+  if (!everUp_) {
+    log_("statedb: connected to " + endpoint_.describe());
+  } else if (lossLogged_) {
+    log_("statedb: reconnected to " + endpoint_.describe() + " after " +
+         seconds(loop_.currentTime() - downSince_));
+  }
+  everUp_ = true;
+  lossLogged_ = false;
+  keepaliveTimer_.armIn(settings_.keepalive);
+  if (listener_) listener_->onLinkUp();
+  for (auto const& [token, done] : probes_) sendProbe(token);
+}
+
+void Link::fail(std::string const& reason) {
+  if (state_ == State::down) return;
+  bool const wasUp = state_ == State::up;
+  state_ = State::down;
+  commands_.close();
+  subscriber_.close();
+  timeoutTimer_.disarm();
+  keepaliveTimer_.disarm();
+  if (!lossLogged_) {
+    downSince_ = loop_.currentTime();
+    log_(std::string("statedb: ") + (everUp_ ? "lost " : "cannot reach ") + endpoint_.describe() +
+         ": " + reason + "; going on with what is known and retrying");
+    lossLogged_ = true;
+  }
+  if (wasUp && listener_) listener_->onLinkDown();
+  retryTimer_.armIn(backoff_);
+  backoff_ = std::min(backoff_ * 2.0, settings_.backoffMax);
+}
+
+bool Link::command(std::vector<std::string> const& args, Connection::Reply reply) {
+  return state_ == State::up && commands_.command(args, std::move(reply));
+}
+
+void Link::probe(std::function<void()> done) {
+  std::uint64_t const token = nextProbe_++;
+  probes_.emplace_back(token, std::move(done));
+  if (state_ == State::up) sendProbe(token);
+}
+
+void Link::sendProbe(std::uint64_t token) {
+  commands_.command({"PUBLISH", probeChannel_, std::to_string(token)}, [](redisReply const&) {});
+}
+
+void Link::onMessage(redisReply const& reply) {
+  if (reply.type != REDIS_REPLY_ARRAY || reply.elements < 3) return;
+  std::string_view const kind(reply.element[0]->str, reply.element[0]->len);
+  if (kind == "psubscribe" || kind == "subscribe") return subscriptionConfirmed();
+  redisReply const& channel = *reply.element[reply.elements - 2];
+  std::string_view const name(channel.str, channel.len);
+  if (kind == "pmessage" && name.starts_with(keyspacePrefix_)) {
+    redisReply const& event = *reply.element[reply.elements - 1];
+    if (listener_) {
+      listener_->onKeyTouched(name.substr(keyspacePrefix_.size()),
+                              std::string_view(event.str, event.len));
+    }
+  } else if (kind == "message" && name == probeChannel_) {
+    redisReply const& payload = *reply.element[2];
+    std::uint64_t token = 0;
+    std::from_chars(payload.str, payload.str + payload.len, token);
+    // Tokens come back in order; an older one re-sent after an outage may come twice.
+    while (!probes_.empty() && probes_.front().first <= token) {
+      auto done = std::move(probes_.front().second);
+      probes_.pop_front();
+      loop_.taskIs(std::move(done));
+    }
+  }
+}
+
+void Link::keepalive() {
+  if (state_ != State::up) return;
+  timeoutTimer_.armIn(settings_.timeout);
+  commands_.command({"PING"}, [this](redisReply const&) {
+    timeoutTimer_.disarm();
+    keepaliveTimer_.armIn(settings_.keepalive);
+  });
+}
+
+}  // namespace Statedb::Redis

@@ -1,0 +1,103 @@
+// The agent's link to the database server: a command connection and a subscriber connection
+// that come and go together. The link is up once both are connected and every subscription is
+// confirmed, so that nothing published afterwards can be missed; only then does its listener
+// read anything. While the server is unreachable it retries with a capped back-off and logs the
+// loss and the recovery once each. A periodic PING with a time-out notices a hung server.
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <functional>
+#include <memory>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/statedb/redis/Connection.h"
+#include "platform/statedb/redis/Endpoint.h"
+#include "platform/statedb/redis/LoopTimer.h"
+
+namespace Statedb::Redis {
+
+using Log = std::function<void(std::string const& line)>;
+
+struct LinkSettings {
+  double keepalive = 5.0;   // seconds between PINGs while idle
+  double timeout = 2.0;     // for a PING, a connect or a handshake to be answered
+  double backoffMin = 0.1;  // first retry after a loss
+  double backoffMax = 5.0;  // retries never wait longer
+};
+
+class Link {
+ public:
+  class Listener {
+   public:
+    virtual void onLinkUp() = 0;
+    virtual void onLinkDown() = 0;
+    // A key of a followed table was touched by `event` ("hset", "del", ...): its keyspace
+    // notification arrived.
+    virtual void onKeyTouched(std::string_view key, std::string_view event) = 0;
+
+   protected:
+    ~Listener() = default;
+  };
+
+  // `tables` are the key prefixes whose keyspace notifications are followed.
+  Link(Zel::ActivityManager& loop, Endpoint endpoint, std::vector<std::string> tables,
+       LinkSettings settings, Log log);
+  ~Link();
+  Link(Link const&) = delete;
+  Link& operator=(Link const&) = delete;
+
+  void listenerIs(Listener* listener) noexcept { listener_ = listener; }
+  void start();
+  bool isUp() const noexcept { return state_ == State::up; }
+  Endpoint const& endpoint() const noexcept { return endpoint_; }
+
+  // Queues a command on the command connection; false while the link is down.
+  bool command(std::vector<std::string> const& args, Connection::Reply reply);
+  // Calls `done` once every keyspace notification that the server sent before now has been
+  // handed to the listener: a message published to this link's own channel comes back on the
+  // subscriber connection behind them. Survives an outage (sent again once up).
+  void probe(std::function<void()> done);
+  std::string const& probeChannel() const noexcept { return probeChannel_; }
+
+ private:
+  enum class State { idle, connecting, up, down };
+
+  void connect();
+  void fail(std::string const& reason);
+  void retry();
+  void handshakeDone();
+  void subscriptionConfirmed();
+  void maybeUp();
+  void checkNotifyFlags();
+  void onMessage(redisReply const& reply);
+  void keepalive();
+  void sendProbe(std::uint64_t token);
+
+  Zel::ActivityManager& loop_;
+  Endpoint endpoint_;
+  std::vector<std::string> tables_;
+  LinkSettings settings_;
+  Log log_;
+  Listener* listener_ = nullptr;
+  Connection commands_;
+  Connection subscriber_;
+  LoopTimer retryTimer_;
+  LoopTimer keepaliveTimer_;
+  LoopTimer timeoutTimer_;
+  State state_ = State::idle;
+  bool handshakeDone_ = false;
+  std::size_t confirmationsOwed_ = 0;
+  bool everUp_ = false;
+  bool lossLogged_ = false;
+  double backoff_ = 0.0;
+  double downSince_ = 0.0;
+  std::string keyspacePrefix_;
+  std::string probeChannel_;
+  std::uint64_t nextProbe_ = 1;
+  std::deque<std::pair<std::uint64_t, std::function<void()>>> probes_;
+};
+
+}  // namespace Statedb::Redis

@@ -1,0 +1,18 @@
+// Drives one asynchronous client context from the activity loop: the client asks for read and
+// write readiness of its socket through the adapter hooks, and the loop calls back into the
+// client when the socket is ready. No second event library and no thread.
+#pragma once
+
+struct redisAsyncContext;
+
+namespace Zel {
+class ActivityManager;
+}
+
+namespace Statedb::Redis {
+
+// Attaches `context` to `loop` until the client frees the context (its cleanup hook detaches).
+// Returns false when the context already has an event loop.
+bool loopAttach(Zel::ActivityManager& loop, redisAsyncContext* context);
+
+}  // namespace Statedb::Redis

@@ -1,0 +1,252 @@
+#include "platform/statedb/redis/Mirror.h"
+
+#include <hiredis/hiredis.h>
+
+#include <algorithm>
+
+namespace Statedb::Redis {
+
+namespace {
+
+using Hardware::Gpio::GpioLedConfig;
+using Hardware::Gpio::PinNameSet;
+
+bool sameLight(Led::LightSetting const& a, Led::LightSetting const& b) {
+  return a.yellow == b.yellow && a.green == b.green && a.red == b.red && a.orange == b.orange &&
+         (a.flashInterval == b.flashInterval ||
+          (a.flashInterval != a.flashInterval && b.flashInterval != b.flashInterval));
+}
+
+PinNameSet const& pinSet(GpioLedConfig const& mapping, std::size_t colour) {
+  switch (colour) {
+    case 0:
+      return mapping.gpioYellowName();
+    case 1:
+      return mapping.gpioGreenName();
+    case 2:
+      return mapping.gpioRedName();
+    default:
+      return mapping.gpioOrangeName();
+  }
+}
+
+bool sameMapping(GpioLedConfig const& held, Mapping const& wanted) {
+  if (held.ready() != wanted.ready) return false;
+  for (std::size_t colour = 0; colour < 4; ++colour) {
+    PinNameSet const& set = pinSet(held, colour);
+    auto const& pins = wanted.pins[colour];
+    // Duplicates in the list collapse in the set.
+    std::unordered_set<std::string_view> distinct(pins.begin(), pins.end());
+    if (set.size() != distinct.size()) return false;
+    for (auto pin : distinct) {
+      if (!set.find(Zel::Name(pin.data(), pin.size()))) return false;
+    }
+  }
+  return true;
+}
+
+// Built whole before it is published, so the agent never sees a half-written mapping.
+Zel::Ptr<GpioLedConfig> built(Zel::Name const& name, Mapping const& mapping) {
+  Zel::Ptr<GpioLedConfig> config = GpioLedConfig::gpioLedConfigIs(name);
+  using Add = void (GpioLedConfig::*)(Zel::Name const&, bool);
+  constexpr Add kAdd[4] = {&GpioLedConfig::gpioYellowNameIs, &GpioLedConfig::gpioGreenNameIs,
+                           &GpioLedConfig::gpioRedNameIs, &GpioLedConfig::gpioOrangeNameIs};
+  for (std::size_t colour = 0; colour < 4; ++colour) {
+    for (auto const& pin : mapping.pins[colour]) ((*config).*kAdd[colour])(Zel::Name(pin), true);
+  }
+  config->readyIs(mapping.ready);
+  return config;
+}
+
+}  // namespace
+
+Hash hashOfReply(redisReply const& reply) {
+  Hash hash;
+  if (reply.type != REDIS_REPLY_ARRAY) return hash;
+  for (std::size_t i = 0; i + 1 < reply.elements; i += 2) {
+    hash.emplace_back(replyText(*reply.element[i]), replyText(*reply.element[i + 1]));
+  }
+  return hash;
+}
+
+Mirror::Mirror(Zel::ActivityManager& loop, Link& link,
+               Hardware::Gpio::GpioLedSystemConfigDir& mappings,
+               Hardware::Led::LedSystemConfigDir& leds, Log log)
+    : loop_(loop), link_(link), mappings_(mappings), leds_(leds), log_(std::move(log)) {}
+
+void Mirror::keyTouched(std::string_view key, std::string_view event) {
+  if (event == "del") deleted_.emplace(key);
+  auto reading = reading_.find(std::string(key));
+  if (reading != reading_.end()) {
+    reading->second = true;  // read again once the answer in flight is in
+    return;
+  }
+  auto [it, added] = dirty_.emplace(key);
+  if (!added) return;
+  dirtyOrder_.push_back(*it);
+  flushSoon();
+}
+
+void Mirror::flushSoon() {
+  if (flushQueued_) return;
+  flushQueued_ = true;
+  loop_.taskIs([this] { flush(); });
+}
+
+void Mirror::flush() {
+  flushQueued_ = false;
+  if (!link_.isUp()) return;  // resync on reconnect reads them all
+  // While the tables are scanned, reads would queue ahead of each next SCAN step and stretch
+  // the scan; the keys found are read in one batch when it ends.
+  if (scansOwed_ != 0) return;
+  std::vector<std::string> keys;
+  keys.swap(dirtyOrder_);
+  dirty_.clear();
+  for (auto const& key : keys) read(key);
+  quietCheck();
+}
+
+void Mirror::read(std::string const& key) {
+  auto decoded = keyNameOf(key);
+  if (!decoded.value) {
+    log_(refusalLine(key, decoded.refusal));
+    return;
+  }
+  reading_[key] = false;
+  ++reads_;
+  std::uint64_t const generation = generation_;
+  link_.command({"HGETALL", key}, [this, key, generation](redisReply const& reply) {
+    if (generation == generation_) onHash(key, reply);
+  });
+}
+
+void Mirror::onHash(std::string const& key, redisReply const& reply) {
+  auto reading = reading_.find(key);
+  bool const again = reading != reading_.end() && reading->second;
+  if (reading != reading_.end()) reading_.erase(reading);
+  if (again) {
+    keyTouched(key);
+  } else if (isError(reply)) {
+    log_("statedb: cannot read " + key + ": " + replyText(reply));
+  } else {
+    KeyName const parts = *keyNameOf(key).value;
+    Zel::Name const name(parts.name.data(), parts.name.size());
+    Hash const hash = hashOfReply(reply);
+    bool const replaced = deleted_.erase(key) > 0;
+    if (parts.table == kLedTable) applyLed(key, name, hash, replaced);
+    if (parts.table == kMappingTable) applyMapping(key, name, hash, replaced);
+  }
+  quietCheck();
+}
+
+void Mirror::applyLed(std::string const& key, Zel::Name const& name, Hash const& hash,
+                      bool replaced) {
+  Zel::Ptr<Hardware::Led::LedConfig> held = leds_.leds(name);
+  if (hash.empty()) {
+    if (held) leds_.ledsDel(name);
+    return;
+  }
+  auto decoded = lightSettingOf(hash, held ? held->lightSetting() : Led::LightSetting{});
+  if (!decoded.value) return log_(refusalLine(key, decoded.refusal));
+  if (held && !replaced) {
+    if (!sameLight(held->lightSetting(), *decoded.value)) held->lightSettingIs(*decoded.value);
+    return;
+  }
+  Zel::Ptr<Hardware::Led::LedConfig> config = Hardware::Led::LedConfig::ledConfigIs(name);
+  config->lightSettingIs(*decoded.value);
+  leds_.ledsIs(config);
+}
+
+void Mirror::applyMapping(std::string const& key, Zel::Name const& name, Hash const& hash,
+                          bool replaced) {
+  Zel::Ptr<GpioLedConfig> held = mappings_.gpioLeds(name);
+  if (hash.empty()) {
+    if (held) mappings_.gpioLedsDel(name);
+    return;
+  }
+  auto decoded = mappingOf(hash);
+  if (!decoded.value) return log_(refusalLine(key, decoded.refusal));
+  if (held && !replaced && sameMapping(*held, *decoded.value)) return;
+  mappings_.gpioLedsIs(built(name, *decoded.value));
+}
+
+void Mirror::resync() {
+  ++generation_;
+  deleted_.clear();  // what happened while no notification came is unknown
+  reading_.clear();
+  seen_.clear();
+  scansOwed_ = 2;
+  scan(kLedTable, "0");
+  scan(kMappingTable, "0");
+}
+
+void Mirror::linkDown() {
+  // Replies owed are gone with the connection; what was dirty stays dirty for the resync.
+  ++generation_;
+  for (auto const& [key, again] : reading_) {
+    if (dirty_.insert(key).second) dirtyOrder_.push_back(key);
+  }
+  reading_.clear();
+  scansOwed_ = 0;
+}
+
+void Mirror::scan(std::string const& table, std::string const& cursor) {
+  std::uint64_t const generation = generation_;
+  link_.command({"SCAN", cursor, "MATCH", table + "|*", "COUNT", kScanCount},
+                [this, table, generation](redisReply const& reply) {
+                  if (generation != generation_) return;
+                  if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
+                    log_("statedb: cannot scan " + table + ": " + replyText(reply));
+                    return scanDone();
+                  }
+                  redisReply const& keys = *reply.element[1];
+                  for (std::size_t i = 0; i < keys.elements; ++i) {
+                    std::string key = replyText(*keys.element[i]);
+                    keyTouched(key);
+                    seen_.insert(std::move(key));
+                  }
+                  std::string const next = replyText(*reply.element[0]);
+                  if (next == "0") return scanDone();
+                  scan(table, next);
+                });
+}
+
+void Mirror::scanDone() {
+  if (scansOwed_ == 0 || --scansOwed_ != 0) return;
+  removeUnseen();
+  seen_.clear();
+  flushSoon();
+  quietCheck();
+}
+
+void Mirror::removeUnseen() {
+  // Gone while the link was down: no key, and nothing touched it since the scan began.
+  auto gone = [this](char const* table, Zel::Name const& name) {
+    std::string const key = keyOf(table, name.view());
+    return !seen_.count(key) && !dirty_.count(key) && !reading_.count(key);
+  };
+  std::vector<Zel::Name> names;
+  for (auto member : leds_.leds()) {
+    if (gone(kLedTable, member.key)) names.push_back(member.key);
+  }
+  for (auto const& name : names) leds_.ledsDel(name);
+  names.clear();
+  for (auto member : mappings_.gpioLeds()) {
+    if (gone(kMappingTable, member.key)) names.push_back(member.key);
+  }
+  for (auto const& name : names) mappings_.gpioLedsDel(name);
+}
+
+void Mirror::whenQuiet(std::function<void()> done) {
+  quietWaiters_.push_back(std::move(done));
+  quietCheck();
+}
+
+void Mirror::quietCheck() {
+  if (!isQuiet() || quietWaiters_.empty()) return;
+  std::vector<std::function<void()>> waiters;
+  waiters.swap(quietWaiters_);
+  for (auto& done : waiters) loop_.taskIs(std::move(done));
+}
+
+}  // namespace Statedb::Redis

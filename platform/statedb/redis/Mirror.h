@@ -1,0 +1,74 @@
+// Follows the two input tables into the agent's directories. A keyspace notification only marks
+// its key dirty; once per loop turn each dirty key is read once (HGETALL, empty = removed) and
+// the difference applied, so a burst of changes to one key costs one read and the agent sees
+// the final state. On every (re)connect the whole tables are read again (SCAN + HGETALL) and only
+// what differs from what the agent holds is applied: nothing unchanged is touched.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
+
+#include "platform/model/GpioLedSystemConfigDir.h"
+#include "platform/model/LedSystemConfigDir.h"
+#include "platform/statedb/redis/Link.h"
+#include "platform/statedb/redis/TableCodec.h"
+
+namespace Statedb::Redis {
+
+class Mirror {
+ public:
+  Mirror(Zel::ActivityManager& loop, Link& link, Hardware::Gpio::GpioLedSystemConfigDir& mappings,
+         Hardware::Led::LedSystemConfigDir& leds, Log log);
+
+  // A key was touched; `event` is the notification's ("del" marks the entity as replaced when
+  // it is there again at the read, rather than changed).
+  void keyTouched(std::string_view key, std::string_view event = {});
+  // Reads both tables whole; the link is up and subscribed.
+  void resync();
+  void linkDown();
+  // Calls `done` once nothing is dirty, being read or being scanned.
+  void whenQuiet(std::function<void()> done);
+  bool isQuiet() const noexcept { return dirty_.empty() && reading_.empty() && scansOwed_ == 0; }
+  std::uint64_t readCount() const noexcept { return reads_; }
+
+ private:
+  void flushSoon();
+  void flush();
+  void read(std::string const& key);
+  void onHash(std::string const& key, redisReply const& reply);
+  void applyLed(std::string const& key, Zel::Name const& name, Hash const& hash, bool replaced);
+  void applyMapping(std::string const& key, Zel::Name const& name, Hash const& hash, bool replaced);
+  void scan(std::string const& table, std::string const& cursor);
+  void scanDone();
+  void removeUnseen();
+  void quietCheck();
+
+  Zel::ActivityManager& loop_;
+  Link& link_;
+  Hardware::Gpio::GpioLedSystemConfigDir& mappings_;
+  Hardware::Led::LedSystemConfigDir& leds_;
+  Log log_;
+  std::vector<std::string> dirtyOrder_;
+  std::unordered_set<std::string> dirty_;
+  // Keys being read, and whether they were touched again meanwhile.
+  std::unordered_map<std::string, bool> reading_;
+  bool flushQueued_ = false;
+  std::size_t scansOwed_ = 0;
+  std::unordered_set<std::string> seen_;
+  // Keys deleted since their last read: one that exists again at the read was replaced whole
+  // (DEL and HSET in one transaction) and is published as a new entity, as its writer meant.
+  std::unordered_set<std::string> deleted_;
+  std::uint64_t generation_ = 0;
+  std::uint64_t reads_ = 0;
+  std::vector<std::function<void()>> quietWaiters_;
+};
+
+// The fields of an HGETALL reply.
+Hash hashOfReply(redisReply const& reply);
+
+}  // namespace Statedb::Redis

@@ -1,0 +1,197 @@
+#include "platform/statedb/redis/PinTableWriter.h"
+
+#include <hiredis/hiredis.h>
+
+#include <charconv>
+
+#include "platform/model/CorvelPinConfig.h"
+#include "platform/statedb/redis/TableCodec.h"
+#include "platform/zel/Allocate.h"
+
+namespace Statedb::Redis {
+
+using Hardware::Gpio::CorvelPinConfig;
+
+class PinTableWriter::DirReactor : public Zel::Dir::NotifieeConst {
+ public:
+  DirReactor(Zel::Ptr<Zel::Dir const> const& dir, PinTableWriter* owner)
+      : Zel::Dir::NotifieeConst(dir), owner_(owner) {}
+  void onEntry(Zel::Name name) override {
+    if (owner_) owner_->onEntry(name);
+  }
+  void onEntry() override {
+    if (owner_) owner_->onAllEntries();
+  }
+  void ownerDel() noexcept { owner_ = nullptr; }
+
+ private:
+  PinTableWriter* owner_;
+};
+
+class PinTableWriter::PinReactor : public CorvelPinConfig::NotifieeConst {
+ public:
+  PinReactor(Zel::Ptr<CorvelPinConfig const> const& pin, PinTableWriter* owner)
+      : CorvelPinConfig::NotifieeConst(pin), owner_(owner) {}
+  void onValue() override {
+    if (owner_ && notifier()) owner_->mark(notifier()->name().stdString());
+  }
+  void ownerDel() noexcept { owner_ = nullptr; }
+
+ private:
+  PinTableWriter* owner_;
+};
+
+PinTableWriter::PinTableWriter(Zel::ActivityManager& loop, Link& link, Zel::Dir& pins, Log log)
+    : loop_(loop), link_(link), pins_(&pins), log_(std::move(log)) {
+  dirReactor_ = Zel::allocate<DirReactor>(Zel::Ptr<Zel::Dir const>(pins_), this);
+  onAllEntries();
+}
+
+PinTableWriter::~PinTableWriter() {
+  for (auto& [name, reactor] : watched_) {
+    reactor->ownerDel();
+    reactor->notifierIs(nullptr);
+  }
+  dirReactor_->ownerDel();
+  dirReactor_->notifierIs(nullptr);
+}
+
+void PinTableWriter::onEntry(Zel::Name const& name) {
+  auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(name));
+  std::string const key = name.stdString();
+  auto found = watched_.find(key);
+  if (found != watched_.end() && (!pin || found->second->notifier() != pin.ptr())) {
+    found->second->ownerDel();
+    found->second->notifierIs(nullptr);
+    watched_.erase(found);
+    found = watched_.end();
+  }
+  if (pin && found == watched_.end()) {
+    watched_.emplace(key, Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(pin), this));
+  }
+  mark(key);
+}
+
+void PinTableWriter::onAllEntries() {
+  std::vector<Zel::Name> names;
+  for (auto member : pins_->entries()) names.push_back(member.key);
+  for (auto const& [name, reactor] : watched_) names.emplace_back(name);
+  for (Zel::Name const& name : names) onEntry(name);
+}
+
+void PinTableWriter::mark(std::string const& name) {
+  if (!marked_.insert(name).second) return;
+  markedOrder_.push_back(name);
+  flushSoon();
+}
+
+void PinTableWriter::flushSoon() {
+  if (flushQueued_) return;
+  flushQueued_ = true;
+  // The turn's outcome, not its steps: a pin set dark and lit again within one turn is no write.
+  loop_.turnEndTaskIs([this] { flush(); });
+}
+
+void PinTableWriter::flush() {
+  flushQueued_ = false;
+  if (!link_.isUp() || syncing_) return;  // the rewrite on reconnect takes them in
+  std::vector<std::string> names;
+  names.swap(markedOrder_);
+  marked_.clear();
+  for (auto const& name : names) {
+    auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(Zel::Name(name)));
+    auto held = written_.find(name);
+    std::string const key = keyOf(kPinTable, name);
+    if (pin) {
+      std::uint32_t const value = pin->value();
+      if (held != written_.end() && held->second == value) continue;
+      written_[name] = value;
+      link_.command({"HSET", key, kPinValueField, std::to_string(value)}, [](redisReply const&) {});
+      ++writes_;
+    } else if (held != written_.end()) {
+      written_.erase(held);
+      link_.command({"DEL", key}, [](redisReply const&) {});
+      ++writes_;
+    }
+  }
+}
+
+void PinTableWriter::rewrite() {
+  ++generation_;
+  syncing_ = true;
+  scanning_ = true;
+  readsOwed_ = 0;
+  written_.clear();
+  scanned_.clear();
+  scan("0");
+}
+
+void PinTableWriter::linkDown() {
+  ++generation_;
+  syncing_ = false;
+  scanning_ = false;
+}
+
+void PinTableWriter::scan(std::string const& cursor) {
+  std::uint64_t const generation = generation_;
+  link_.command(
+      {"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
+      [this, generation](redisReply const& reply) {
+        if (generation != generation_) return;
+        std::string next = "0";
+        if (reply.type == REDIS_REPLY_ARRAY && reply.elements == 2) {
+          redisReply const& keys = *reply.element[1];
+          for (std::size_t i = 0; i < keys.elements; ++i) {
+            scanned_.push_back(replyText(*keys.element[i]));
+          }
+          next = replyText(*reply.element[0]);
+        } else {
+          log_("statedb: cannot scan " + std::string(kPinTable) + ": " + replyText(reply));
+        }
+        if (next == "0") {
+          // Read back only now: reads queued between SCAN steps would delay each next step.
+          scanning_ = false;
+          std::vector<std::string> found;
+          found.swap(scanned_);
+          for (auto const& key : found) readValue(key);
+          syncStep();
+        } else {
+          scan(next);
+        }
+      });
+}
+
+void PinTableWriter::readValue(std::string const& key) {
+  auto parts = keyNameOf(key);
+  std::string const name = parts.value ? std::string(parts.value->name) : std::string();
+  if (name.empty()) {
+    // Not a key the agent could have written; it is not the agent's to keep.
+    link_.command({"DEL", key}, [](redisReply const&) {});
+    ++writes_;
+    return;
+  }
+  ++readsOwed_;
+  std::uint64_t const generation = generation_;
+  link_.command({"HGET", key, kPinValueField}, [this, name, generation](redisReply const& reply) {
+    if (generation != generation_) return;
+    std::string const text = replyText(reply);
+    std::uint32_t value = kUnknown;
+    if (text == "0" || text == "1") value = text == "1" ? 1 : 0;
+    written_.emplace(name, value);
+    if (!marked_.count(name)) {
+      marked_.insert(name);
+      markedOrder_.push_back(name);
+    }
+    --readsOwed_;
+    syncStep();
+  });
+}
+
+void PinTableWriter::syncStep() {
+  if (scanning_ || readsOwed_ != 0 || !syncing_) return;
+  syncing_ = false;
+  for (auto member : pins_->entries()) mark(member.key.stdString());
+  flush();
+}
+
+}  // namespace Statedb::Redis

@@ -1,0 +1,149 @@
+#include "platform/statedb/redis/TableCodec.h"
+
+#include <cmath>
+#include <cstdlib>
+
+namespace Statedb::Redis {
+
+namespace {
+
+bool isValidName(std::string_view name) {
+  return !name.empty() && name.find(kSeparator) == std::string_view::npos &&
+         name.find('/') == std::string_view::npos && name.find(',') == std::string_view::npos;
+}
+
+template <class T>
+Decoded<T> refused(std::string field, std::string value, std::string reason) {
+  return Decoded<T>{std::nullopt, Refusal{std::move(field), std::move(value), std::move(reason)}};
+}
+
+std::optional<bool> flagOf(std::string const& text) {
+  if (text == "0") return false;
+  if (text == "1") return true;
+  return std::nullopt;
+}
+
+std::optional<double> intervalOf(std::string const& text) {
+  if (text.empty()) return std::nullopt;
+  char* end = nullptr;
+  double const value = std::strtod(text.c_str(), &end);
+  if (end != text.c_str() + text.size() || !std::isfinite(value) || value < 0.0) {
+    return std::nullopt;
+  }
+  return value;
+}
+
+int colourIndex(std::string const& field) {
+  for (std::size_t i = 0; i < kColourFields.size(); ++i) {
+    if (field == kColourFields[i]) return static_cast<int>(i);
+  }
+  return -1;
+}
+
+std::string joined(std::vector<std::string> const& names) {
+  std::string text;
+  for (auto const& name : names) {
+    if (!text.empty()) text += ',';
+    text += name;
+  }
+  return text;
+}
+
+}  // namespace
+
+Decoded<KeyName> keyNameOf(std::string_view key) {
+  std::size_t const separator = key.find(kSeparator);
+  if (separator == std::string_view::npos) {
+    return refused<KeyName>("", "", "the key has no \"|\" between table and name");
+  }
+  KeyName result{key.substr(0, separator), key.substr(separator + 1)};
+  if (!isValidName(result.name)) {
+    return refused<KeyName>("", "",
+                            "the name is empty or holds \"|\", \"/\" or \",\", which names "
+                            "may not");
+  }
+  return {result, {}};
+}
+
+std::string keyOf(std::string_view table, std::string_view name) {
+  std::string key(table);
+  key += kSeparator;
+  key += name;
+  return key;
+}
+
+Decoded<Led::LightSetting> lightSettingOf(Hash const& hash, Led::LightSetting setting) {
+  setting.yellow = setting.green = setting.red = setting.orange = false;
+  setting.flashInterval = 0.0;
+  bool* const flags[4] = {&setting.yellow, &setting.green, &setting.red, &setting.orange};
+  for (auto const& [field, value] : hash) {
+    if (int const colour = colourIndex(field); colour >= 0) {
+      auto flag = flagOf(value);
+      if (!flag) return refused<Led::LightSetting>(field, value, "a flag is 0 or 1");
+      *flags[colour] = *flag;
+    } else if (field == "flashInterval") {
+      auto interval = intervalOf(value);
+      if (!interval) {
+        return refused<Led::LightSetting>(field, value,
+                                          "an interval is a finite number of seconds >= 0");
+      }
+      setting.flashInterval = *interval;
+    }
+  }
+  return {setting, {}};
+}
+
+Hash hashOf(Led::LightSetting const& setting) {
+  bool const flags[4] = {setting.yellow, setting.green, setting.red, setting.orange};
+  Hash hash;
+  for (std::size_t i = 0; i < 4; ++i) hash.emplace_back(kColourFields[i], flags[i] ? "1" : "0");
+  char interval[40];
+  std::snprintf(interval, sizeof interval, "%.17g", setting.flashInterval);
+  hash.emplace_back("flashInterval", interval);
+  return hash;
+}
+
+Decoded<Mapping> mappingOf(Hash const& hash) {
+  Mapping mapping;
+  for (auto const& [field, value] : hash) {
+    if (int const colour = colourIndex(field); colour >= 0) {
+      std::string_view rest = value;
+      while (!rest.empty()) {
+        std::size_t const comma = rest.find(',');
+        std::string_view const pin = rest.substr(0, comma);
+        if (!isValidName(pin)) {
+          return refused<Mapping>(field, value, "pin names are non-empty, without \"|\" or \"/\"");
+        }
+        mapping.pins[colour].emplace_back(pin);
+        if (comma == std::string_view::npos) break;
+        rest.remove_prefix(comma + 1);
+        if (rest.empty()) return refused<Mapping>(field, value, "a pin list does not end in \",\"");
+      }
+    } else if (field == "ready") {
+      auto flag = flagOf(value);
+      if (!flag) return refused<Mapping>(field, value, "a flag is 0 or 1");
+      mapping.ready = *flag;
+    }
+  }
+  return {mapping, {}};
+}
+
+Hash hashOf(Mapping const& mapping) {
+  Hash hash;
+  for (std::size_t i = 0; i < 4; ++i) hash.emplace_back(kColourFields[i], joined(mapping.pins[i]));
+  hash.emplace_back("ready", mapping.ready ? "1" : "0");
+  return hash;
+}
+
+std::string refusalLine(std::string_view key, Refusal const& refusal) {
+  std::string line = "statedb: refused ";
+  line.append(key);
+  if (!refusal.field.empty()) {
+    line += " field " + refusal.field + " = \"" + refusal.value + "\"";
+  }
+  line += ": " + refusal.reason +
+          (refusal.field.empty() ? "; ignored" : "; keeping the last good value");
+  return line;
+}
+
+}  // namespace Statedb::Redis
