@@ -1,4 +1,4 @@
-// The command line of warden: a subcommand (run or check), its options and its scripts.
+// The command line of warden: a subcommand (run, check or serve), its options and its scripts.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@
 namespace Host {
 
 struct Options {
-  enum class Mode { run, check, help };
+  enum class Mode { run, check, serve, help };
 
   Mode mode = Mode::help;
   std::string agentPath;  // empty: the plug-in built or installed with warden
@@ -20,6 +20,7 @@ struct Options {
   std::vector<std::pair<std::string, std::uint32_t>> traces;  // facility, levels
   bool quiet = false;
   std::vector<std::string> scripts;
+  std::string configPath;  // serve: the configuration file whose keys are these options
 };
 
 struct ParsedOptions {
