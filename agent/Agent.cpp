@@ -1,10 +1,10 @@
 #include "agent/Agent.h"
 
 #include "agent/AgentFactory.h"
-#include "trace/Trace.h"
 #include "platform/zel/Assert.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
+#include "trace/Trace.h"
 
 namespace Pinlamp {
 
@@ -29,6 +29,13 @@ constexpr MountRequest kMounts[] = {
     {"hardware/corvel/gpio/config", "Zel::Dir", "wi"},
 };
 
+// Line numbers that the start-up records and the failed-mount assertion carry. They are part of
+// the records' published format (tools and other agents match on them), not positions in this
+// file: keep them when the code moves.
+constexpr int kDoInitTraceLine = 331;
+constexpr int kDoMountsCompleteTraceLine = 359;
+constexpr int kMountAssertionLine = 360;
+
 }  // namespace
 
 Zel::TypeNode const& Agent::type() {
@@ -46,7 +53,7 @@ Agent::~Agent() {
 }
 
 void Agent::doInit() {
-  PINLAMP_TRACE(3, 331, "doInit", "doInit");
+  PINLAMP_TRACE(3, kDoInitTraceLine, "doInit", "doInit");
   Zel::Ptr<Statedb::Mounter> self(this);
   Zel::Ptr<Statedb::MountGroup> group = entityManager()->getMountGroup(self);
   for (MountRequest const& mount : kMounts) {
@@ -57,11 +64,11 @@ void Agent::doInit() {
 
 void Agent::doMountsComplete(Statedb::MountStatus status,
                              Zel::Ptr<Statedb::EntityManager> const& entityManager) {
-  PINLAMP_TRACE(3, 359, "doMountsComplete", "doMountsComplete");
+  PINLAMP_TRACE(3, kDoMountsCompleteTraceLine, "doMountsComplete", "doMountsComplete");
   // There is no degraded mode: without its mounts the agent has nothing to drive.
   if (!(status == Statedb::mountSuccess_)) {
     Zel::assertionFailed(
-        "status == Statedb::mountSuccess_", "Pinlamp", 360,
+        "status == Statedb::mountSuccess_", "Pinlamp", kMountAssertionLine,
         "virtual void Pinlamp::Agent::doMountsComplete(Statedb::MountStatus, const "
         "Ptr&)");
   }

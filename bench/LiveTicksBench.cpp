@@ -1,7 +1,7 @@
 // Live tick accuracy: LEDs flashing at 0.5 s on the monotonic clock, the loop running for real.
-// Arguments: LED count, seconds of each of the two stretches, and how the flashing settings
-// arrive (1: staggered evenly over the first flash interval, as LEDs switched one after another;
-// 0: all at once). Each run belongs in a process of its own (the peak resident size is the
+// Arguments: LED count, seconds of each of the two stretches, and the span in milliseconds over
+// which the flashing settings arrive, evenly, as LEDs switched one after another (0: all at once,
+// in one burst). The peer comparison starts its LEDs over the same spans. Each run belongs in a process of its own (the peak resident size is the
 // process's).
 #include <benchmark/benchmark.h>
 
@@ -61,7 +61,7 @@ LoopCost runLoop(Zel::ActivityManager& loop, double seconds) {
 void liveTicks(benchmark::State& state) {
   auto const leds = static_cast<std::size_t>(state.range(0));
   auto const seconds = static_cast<double>(state.range(1));
-  bool const staggered = state.range(2) != 0;
+  double const spread = static_cast<double>(state.range(2)) / 1000.0;
   for (auto _ : state) {
     AgentRig rig(Zel::ActivityManager::TimeSource::monotonic);
     rig.publishLeds(leds, AgentRig::Mix::allDark);
@@ -72,7 +72,7 @@ void liveTicks(benchmark::State& state) {
     lateness.reserve(static_cast<std::size_t>(seconds / kFlashInterval + 2) * leds);
     std::vector<Ptr<TickObserver>> const observers = observersOf(rig, leds, &lateness);
     auto publisher = Zel::allocate<SettingPublisher>(
-        rig, leds, flashing(kFlashInterval), loop.currentTime(), staggered ? kFlashInterval : 0.0);
+        rig, leds, flashing(kFlashInterval), loop.currentTime(), spread);
     LoopCost const observed = runLoop(loop, seconds);
     publisher->notifierIs(nullptr);
     for (Ptr<TickObserver> const& observer : observers) observer->notifierIs(nullptr);
@@ -83,7 +83,7 @@ void liveTicks(benchmark::State& state) {
     // Every tick but each LED's first, which has no earlier change to be compared with.
     state.counters["ticks_expected"] =
         static_cast<double>(leds) *
-        ((seconds - (staggered ? kFlashInterval / 2 : 0.0)) / kFlashInterval - 2);
+        ((seconds - spread / 2) / kFlashInterval - 2);
     state.counters["late_p50_us"] = quantile(lateness, 0.50) * 1e6;
     state.counters["late_p99_us"] = quantile(lateness, 0.99) * 1e6;
     state.counters["late_max_us"] = quantile(lateness, 1.0) * 1e6;
@@ -97,11 +97,13 @@ void liveTicks(benchmark::State& state) {
 
 BENCHMARK(liveTicks)
     ->Name("LiveTicks")
-    ->ArgNames({"leds", "seconds", "staggered"})
-    ->Args({10000, 20, 1})
+    ->ArgNames({"leds", "seconds", "spread_ms"})
+    ->Args({10000, 20, 500})
     ->Args({10000, 20, 0})
     ->Args({1000, 10, 0})
+    ->Args({1000, 10, 200})
     ->Args({100, 10, 0})
+    ->Args({100, 10, 200})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);

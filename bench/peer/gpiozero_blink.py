@@ -11,6 +11,13 @@ A toggle's lateness is measured as for the agent: each toggle of a pin is due
 one half-period after that pin's previous toggle, and is late by how much
 later it came. Toggle times are taken by hooking the mock pin's state setter.
 
+The LEDs start the way the agent's LEDs start in the run this is compared
+with: each blink's first write waits at a gate that opens once every blink has
+been started, and then for its own offset: 0 for all (--spread 0, one burst)
+or LED i at i * spread / N (spread evenly). Without the gate the per-LED
+threads would start over however long it takes to start them, which depends on
+N and the machine, and the two sides would not carry the same load.
+
 Run with Debian's python3-gpiozero: /usr/bin/python3 gpiozero_blink.py ...
 """
 
@@ -19,6 +26,7 @@ import json
 import math
 import resource
 import sys
+import threading
 import time
 import warnings
 
@@ -32,15 +40,26 @@ class RecordingPin(MockPin):
     recording is on (not the writes of setting the devices up or closing them)."""
 
     recording = False
+    gate = threading.Event()
+    gate_opened_at = 0.0
 
     def __init__(self, factory, number):
         super().__init__(factory, number)
         self.toggle_times = []
+        self.start_offset = 0.0
 
     def _set_state(self, value):
         if RecordingPin.recording:
+            if not self.toggle_times:
+                self._wait_for_start()
             self.toggle_times.append(time.monotonic())
         super()._set_state(value)
+
+    def _wait_for_start(self):
+        RecordingPin.gate.wait()
+        delay = RecordingPin.gate_opened_at + self.start_offset - time.monotonic()
+        if delay > 0:
+            time.sleep(delay)
 
 
 class AnyPinFactory(MockFactory):
@@ -87,7 +106,7 @@ def lateness_of(pins, half_period):
     return late
 
 
-def run(mode, leds, half_period, seconds):
+def run(mode, leds, half_period, seconds, spread):
     factory = AnyPinFactory()
     # Pin numbers well outside any single board's header.
     numbers = range(1000, 1000 + leds)
@@ -96,14 +115,18 @@ def run(mode, leds, half_period, seconds):
     else:
         devices = [LEDBoard(*numbers, pin_factory=factory)]
     pins = [factory.pins[n] for n in numbers]
+    for index, pin in enumerate(pins):
+        pin.start_offset = index * spread / leds
 
     cpu_start = cpu_seconds()
     wall_start = time.monotonic()
     RecordingPin.recording = True
     for device in devices:
         device.blink(on_time=half_period, off_time=half_period)
-    # Each blink starts a thread, so the LEDs start one after another over this long.
-    start_spread = time.monotonic() - wall_start
+    # Starting the blinks took this long; the gate keeps it out of the toggles' timing.
+    start_time = time.monotonic() - wall_start
+    RecordingPin.gate_opened_at = time.monotonic()
+    RecordingPin.gate.set()
     time.sleep(seconds)
     RecordingPin.recording = False
     cpu_used = cpu_seconds() - cpu_start
@@ -120,7 +143,8 @@ def run(mode, leds, half_period, seconds):
         "seconds": wall_used,
         "cpu_share_pct": 100.0 * cpu_used / wall_used,
         "peak_rss_bytes": resource.getrusage(resource.RUSAGE_SELF).ru_maxrss * 1024,
-        "start_spread_s": start_spread,
+        "start_spread_s": spread,
+        "start_time_s": start_time,
         "ticks": len(late),
         # Every toggle but each pin's first, which has no earlier toggle to be compared with.
         "ticks_expected": leds * (seconds / half_period - 1),
@@ -140,8 +164,12 @@ def main():
     parser.add_argument("--interval", type=float, default=0.5,
                         help="seconds each phase lasts (on_time = off_time)")
     parser.add_argument("--seconds", type=float, default=10.0)
+    parser.add_argument("--spread", type=float, default=0.0,
+                        help="seconds over which the LEDs start (0: all in one burst)")
     args = parser.parse_args()
-    json.dump(run(args.mode, args.leds, args.interval, args.seconds), sys.stdout)
+    if args.mode == "board" and args.spread:
+        parser.error("LEDBoard.blink writes every LED from one thread: it starts in one burst")
+    json.dump(run(args.mode, args.leds, args.interval, args.seconds, args.spread), sys.stdout)
     print()
 
 

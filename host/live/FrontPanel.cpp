@@ -10,6 +10,7 @@
 #include <string_view>
 
 #include "host/live/PinChangeLog.h"
+#include "platform/zel/Allocate.h"
 
 namespace Host {
 
@@ -48,6 +49,18 @@ bool localeIsUtf8() {
   return false;
 }
 
+class FrontPanel::FrameTimer : public Zel::Clock::NotifieeConst {
+ public:
+  explicit FrameTimer(FrontPanel* owner) : owner_(owner) {}
+  void onTime() override {
+    if (owner_) owner_->drawFrame();
+  }
+  void ownerDel() noexcept { owner_ = nullptr; }
+
+ private:
+  FrontPanel* owner_;
+};
+
 FrontPanel::FrontPanel(Session& session, std::string title, std::ostream& out,
                        std::function<void()> afterLayout)
     : session_(session), title_(std::move(title)), out_(out), afterLayout_(std::move(afterLayout)) {
@@ -61,6 +74,10 @@ FrontPanel::FrontPanel(Session& session, std::string title, std::ostream& out,
 }
 
 FrontPanel::~FrontPanel() {
+  if (frameTimer_) {
+    frameTimer_->ownerDel();
+    frameTimer_->notifierIs(nullptr);
+  }
   // Leaves the last picture of the panel on the screen and the console below it.
   out_ << "\033[r" << moveTo(screenRows_) << "\033[?25h\n";
   out_.flush();
@@ -82,6 +99,7 @@ void FrontPanel::resize() {
   style_.width = size.columns;
   int const rows = panelRows_;
   panelRows_ = 0;
+  drawn_.clear();
   out_ << "\033[2J";
   reserveRows(rows);
   redraw();
@@ -90,13 +108,21 @@ void FrontPanel::resize() {
 void FrontPanel::scheduleRedraw() {
   if (redrawQueued_) return;
   redrawQueued_ = true;
-  // Every pin of a flash tick changes in one burst; one redraw after the burst shows them all.
-  std::weak_ptr<int> alive = alive_;
-  session_.loop().taskIs([this, alive] {
-    if (alive.expired()) return;
-    redrawQueued_ = false;
-    redraw();
-  });
+  // Every pin of a flash tick changes in one burst, and bursts come faster than a terminal can
+  // show: one frame after the burst shows them all, and frames are spaced by kFramePeriod.
+  if (!frameTimer_) {
+    frameTimer_ = Zel::allocate<FrameTimer>(this);
+    frameTimer_->notifierIs(session_.loop().clock());
+  }
+  double const now = session_.loop().currentTime();
+  frameTimer_->timeMinIs(std::max(now, lastFrame_ + kFramePeriod));
+}
+
+void FrontPanel::drawFrame() {
+  redrawQueued_ = false;
+  lastFrame_ = session_.loop().currentTime();
+  frameTimer_->timeMinIs(Zel::Clock::kNever);
+  redraw();
 }
 
 std::vector<LedLights> FrontPanel::ledsInOrder() {
@@ -129,12 +155,17 @@ void FrontPanel::redraw() {
     note.append(std::to_string(hidden)).append(" more rows: make the terminal taller)");
     lines.push_back(std::move(note));
   }
-  out_ << "\033[?25l\0337";
-  for (int row = 0; row < panelRows_; ++row) {
-    out_ << moveTo(row + 1);
-    if (row < static_cast<int>(lines.size())) out_ << lines[static_cast<std::size_t>(row)];
-    out_ << "\033[K";
+  lines.resize(static_cast<std::size_t>(panelRows_));
+  if (drawn_.size() != lines.size()) drawn_.assign(lines.size(), std::string(1, '\0'));
+  bool started = false;
+  for (std::size_t row = 0; row < lines.size(); ++row) {
+    if (lines[row] == drawn_[row]) continue;
+    if (!started) out_ << "\033[?25l\0337";
+    started = true;
+    out_ << moveTo(static_cast<int>(row) + 1) << lines[row] << "\033[K";
+    drawn_[row] = std::move(lines[row]);
   }
+  if (!started) return;
   out_ << "\0338\033[?25h";
   out_.flush();
 }
@@ -143,6 +174,7 @@ void FrontPanel::reserveRows(int rows) {
   rows = std::min(rows, std::max(screenRows_ - kMinConsoleRows, 1));
   if (rows <= panelRows_) return;  // never shrinks: the console below keeps its place
   panelRows_ = rows;
+  drawn_.clear();
   // The scroll region keeps console output below the panel; setting it homes the cursor, so the
   // cursor goes back to the console's last row.
   out_ << "\033[" << panelRows_ + 1 << ';' << screenRows_ << 'r' << moveTo(screenRows_);

@@ -8,10 +8,12 @@
 #include <memory>
 #include <ostream>
 #include <string>
+#include <vector>
 
 #include "host/live/LiveView.h"
 #include "host/live/PanelLayout.h"
 #include "host/run/Session.h"
+#include "platform/zel/Clock.h"
 
 namespace Host {
 
@@ -28,7 +30,10 @@ class FrontPanel : public LiveView {
   void resize() override;
 
  private:
+  class FrameTimer;
+
   void scheduleRedraw();
+  void drawFrame();
   void redraw();
   void reserveRows(int rows);
   std::vector<LedLights> ledsInOrder();
@@ -47,6 +52,11 @@ class FrontPanel : public LiveView {
   std::map<std::string, std::size_t> order_;  // LED name -> when it was first seen
   std::deque<PinChange> recent_;
   bool redrawQueued_ = false;
+  // At most this many frames a second: a terminal cannot show more, and each costs a write.
+  static constexpr double kFramePeriod = 1.0 / 25;
+  double lastFrame_ = -1.0;
+  Zel::Ptr<FrameTimer> frameTimer_;
+  std::vector<std::string> drawn_;  // the rows on the screen, so that a frame writes only changes
   std::shared_ptr<int> alive_ = std::make_shared<int>(0);  // outlived by queued redraws
 };
 

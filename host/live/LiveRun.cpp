@@ -8,16 +8,19 @@
 #include <limits>
 #include <memory>
 #include <optional>
+#include <sstream>
 
+#include "host/drive/DriverReport.h"
+#include "host/drive/PinDriver.h"
 #include "host/live/Console.h"
-#include "host/script/Executor.h"
 #include "host/live/FrontPanel.h"
 #include "host/live/PinChangeLog.h"
 #include "host/live/PinWatcher.h"
-#include "host/script/ScriptFile.h"
-#include "host/script/ScriptParser.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/RunSetup.h"
+#include "host/script/Executor.h"
+#include "host/script/ScriptFile.h"
+#include "host/script/ScriptParser.h"
 
 namespace Host {
 
@@ -34,7 +37,8 @@ class LiveRun {
  public:
   LiveRun(Options const& options, RunSetup& setup) : options_(options), setup_(setup) {
     executor_.emplace(Executor::Settings{Zel::ActivityManager::TimeSource::monotonic, false},
-                      setup_.traces(), std::cout, [](SourceLocation const& where, std::string const& what) {
+                      setup_.traces(), std::cout,
+                      [](SourceLocation const& where, std::string const& what) {
                         std::cout << where.text() << ": " << what << std::endl;
                       });
   }
@@ -43,6 +47,7 @@ class LiveRun {
     console_.reset();
     signals_.reset();
     watcher_.reset();
+    driver_.reset();
     view_.reset();
     executor_.reset();  // the agent's last records still reach the host's sink
   }
@@ -69,6 +74,7 @@ class LiveRun {
         session.pins(), [&session] { return session.elapsed(); },
         [this](PinChange const& change) { view_->pinChanged(change); });
     announce(fromStdin);
+    if (!startDriver(session)) return 1;
     try {
       executor_->startAgent(setup_.agentFactory(), options_.agentName,
                             fromStdin ? kStandardInput : options_.scripts[0]);
@@ -79,6 +85,7 @@ class LiveRun {
     startInput(fromStdin);
     drive();
     executor_->finish();
+    if (driver_) driver_->stop();
     return 0;
   }
 
@@ -88,7 +95,46 @@ class LiveRun {
     std::optional<ScriptLine> line;
     bool fromConsole = false;
     std::string error;
+    bool driverView = false;  // `show pins` goes on with the driver's view
   };
+
+  // Claims the mapped pins before the agent starts, so that a pin that cannot be driven stops
+  // the run before anything is lit.
+  bool startDriver(Session& session) {
+    if (options_.pinMap.empty()) return true;
+    try {
+      Drive::DriverOptions driverOptions;
+      driverOptions.partial = options_.pinsPartial;
+      driver_ = std::make_unique<Drive::PinDriver>(
+          Drive::loadPinMap(options_.pinMap), session.pins(), session.loop(),
+          [](std::string const& line) { std::cout << line << std::endl; }, driverOptions);
+    } catch (Drive::PinMapError const& error) {
+      std::cerr << "warden: " << error.what() << '\n';
+      return false;
+    } catch (Drive::DriveError const& error) {
+      std::cerr << "warden: pins that cannot be driven (--pins-partial drives the rest):\n"
+                << error.what() << '\n';
+      return false;
+    }
+    return true;
+  }
+
+  // `lamp test SECONDS`: a console command of the live run, as it needs the driver.
+  bool pinCommand(std::string const& text) {
+    std::istringstream words(text);
+    std::string first, second, extra;
+    double seconds = 0;
+    words >> first >> second;
+    if (first != "lamp" || second != "test") return false;
+    if (!(words >> seconds) || seconds <= 0 || (words >> extra)) {
+      queue_.push_back({std::nullopt, true, "lamp test needs a number of seconds"});
+    } else if (!driver_) {
+      queue_.push_back({std::nullopt, true, "lamp test needs --pins"});
+    } else {
+      driver_->lampTest(seconds);
+    }
+    return true;
+  }
 
   std::optional<Script> readScript() {
     if (options_.scripts.empty()) return Script{};
@@ -154,12 +200,20 @@ class LiveRun {
 
   void consoleLine(std::string const& text) {
     ++consoleLines_;
+    if (pinCommand(text)) {
+      wake();
+      return;
+    }
     ParsedLine parsed = parseLine(text);
     SourceLocation where{kStandardInput, consoleLines_};
     if (!parsed.error.empty()) {
       queue_.push_back({std::nullopt, true, where.text() + ": " + parsed.error});
     } else if (parsed.command) {
       queue_.push_back({ScriptLine{std::move(where), std::move(*parsed.command)}, true, {}});
+      if (driver_ && text.find("show") != std::string::npos &&
+          text.find("pins") != std::string::npos) {
+        queue_.push_back({std::nullopt, true, {}, true});
+      }
     }
     wake();  // also for a blank line: the prompt comes back
   }
@@ -186,6 +240,11 @@ class LiveRun {
       while (!quit_ && !queue_.empty()) {
         Queued next = std::move(queue_.front());
         queue_.pop_front();
+        if (next.driverView) {
+          Drive::showDriver(*driver_, std::cout);
+          std::cout.flush();
+          continue;
+        }
         if (!next.line) {
           std::cout << next.error << std::endl;
           continue;
@@ -206,6 +265,7 @@ class LiveRun {
   std::optional<Executor> executor_;
   std::unique_ptr<LiveView> view_;
   std::unique_ptr<PinWatcher> watcher_;
+  std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<SignalWatch> signals_;
   std::unique_ptr<Console> console_;
   std::deque<Queued> queue_;

@@ -91,6 +91,10 @@ class OptionReader {
       options.cell = parseCell(value());
     } else if (name == "--trace") {
       options.traces.push_back(parseTrace(value()));
+    } else if (name == "--pins") {
+      options.pinMap = value();
+    } else if (name == "--pins-partial" && equals == std::string::npos) {
+      options.pinsPartial = true;
     } else if (name == "--config") {
       options.configPath = value();
     } else if (name == "--quiet" && equals == std::string::npos) {
@@ -138,6 +142,10 @@ options:
   --trace FACILITY[/LEVELS]  print the facility's trace records at LEVELS (such as 0-9 or
                              3,6,8; default all) to standard error; may be repeated
   --quiet                    print only what matters: failures, pin changes and summaries
+  --pins FILE                run: drive real LEDs (GPIO lines, LED class devices, files) as
+                             the pin map FILE says; warden does not start when a mapped pin
+                             cannot be claimed
+  --pins-partial             run: drive the pins that can be claimed and report the others
   --config FILE              serve: read the options from FILE first
 )";
 }

@@ -19,6 +19,8 @@ struct Options {
   std::uint32_t cell = 1;
   std::vector<std::pair<std::string, std::uint32_t>> traces;  // facility, levels
   bool quiet = false;
+  std::string pinMap;        // run: drive the pins this map names
+  bool pinsPartial = false;  // run: drive the pins that can be claimed, report the others
   std::vector<std::string> scripts;
   std::string configPath;  // serve: the configuration file whose keys are these options
 };

@@ -67,6 +67,10 @@ void ActivityManager::taskIs(std::function<void()> task) {
   pending_.emplace_back().task = std::move(task);
 }
 
+void ActivityManager::turnEndTaskIs(std::function<void()> task) {
+  turnEnd_.push_back(std::move(task));
+}
+
 void ActivityManager::report(std::exception_ptr error) {
   if (!exceptionHandler_) std::rethrow_exception(error);
   exceptionHandler_(error);
@@ -92,13 +96,36 @@ std::size_t ActivityManager::runPending() {
     ~Reset() { flag = false; }
   } reset{runningPending_};
   std::size_t ran = 0;
-  while (!pending_.empty()) {
-    Pending item = std::move(pending_.front());
-    pending_.pop_front();
-    runOne(item);
-    ++ran;
-  }
+  do {
+    while (!pending_.empty()) {
+      Pending item = std::move(pending_.front());
+      pending_.pop_front();
+      runOne(item);
+      ++ran;
+    }
+    if (!inExpiryRun_) ran += runTurnEnd();
+  } while (!pending_.empty());
   return ran;
+}
+
+std::size_t ActivityManager::runTurnEnd() {
+  std::vector<std::function<void()>> tasks;
+  tasks.swap(turnEnd_);
+  for (auto& task : tasks) {
+    Pending item;
+    item.task = std::move(task);
+    runOne(item);
+  }
+  return tasks.size();
+}
+
+bool ActivityManager::runExpiryOfRun(double now) {
+  struct Reset {
+    bool& flag;
+    ~Reset() { flag = false; }
+  } reset{inExpiryRun_};
+  inExpiryRun_ = true;
+  return runOneExpiry(now);
 }
 
 bool ActivityManager::runOneExpiry(double now) {
@@ -138,7 +165,9 @@ void ActivityManager::advance(double seconds) {
   restorePostponed();
   runPending();
   double const target = virtualNow_ + seconds;
-  while (runOneExpiry(target)) {
+  while (runExpiryOfRun(target)) {
+    // Expiries due at one instant make one turn.
+    if (clock_->nextExpiry() > virtualNow_) runPending();
   }
   if (target > virtualNow_) virtualNow_ = target;
   runPending();
@@ -158,13 +187,14 @@ void ActivityManager::runLive(double until) {
     restorePostponed();
     runPending();
     double const now = currentTime();
-    if (!stopRequested_ && runOneExpiry(now)) {
+    if (!stopRequested_ && runExpiryOfRun(now)) {
       lastExpiryRun_ = now;
       // Expiries that fall due while this run goes on join it rather than wait a whole span,
       // but the run takes in nothing due later than a span after it began.
       double const horizon = now + wakeGranularity_;
-      while (!stopRequested_ && runOneExpiry(std::min(currentTime(), horizon))) {
+      while (!stopRequested_ && runExpiryOfRun(std::min(currentTime(), horizon))) {
       }
+      runPending();  // the run's turn ends
     }
     if (stopRequested_ || now >= until) break;
     waitForWork(until);

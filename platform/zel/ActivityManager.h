@@ -40,11 +40,16 @@ class ActivityManager {
   void notificationIs(Ptr<Entity const> notifier, AttributeId attribute, Name const* key);
   // Queues a piece of work, run in order with the notifications.
   void taskIs(std::function<void()> task);
-  bool hasPending() const noexcept { return !pending_.empty(); }
+  // Queues work for the end of the current turn: it runs once the queued work has run and, while
+  // expiries run, once every expiry due at the same instant has run with its work. Whoever wants
+  // to see the outcome of a whole turn (a driver latching pin values) waits for it here rather
+  // than acting on each of the turn's intermediate states.
+  void turnEndTaskIs(std::function<void()> task);
+  bool hasPending() const noexcept { return !pending_.empty() || !turnEnd_.empty(); }
   std::size_t pendingCount() const noexcept { return pending_.size(); }
 
-  // Runs queued work until nothing is pending (work may queue more). Time does not move.
-  // Returns the number of items run.
+  // Runs queued work until nothing is pending (work may queue more), then the turn-end work.
+  // Time does not move. Returns the number of items run.
   std::size_t runPending();
 
   // Virtual time only: runs every expiry due up to and including now + seconds, in time order,
@@ -88,6 +93,8 @@ class ActivityManager {
   };
 
   void runOne(Pending& item);
+  std::size_t runTurnEnd();
+  bool runExpiryOfRun(double now);
   bool runOneExpiry(double now);
   void restorePostponed();
   void report(std::exception_ptr error);
@@ -98,6 +105,8 @@ class ActivityManager {
   double virtualNow_;
   Ptr<Clock> clock_;
   std::deque<Pending> pending_;
+  std::vector<std::function<void()>> turnEnd_;
+  bool inExpiryRun_ = false;  // turn-end work waits for the rest of the run's expiries
   std::vector<Postponed> postponed_;
   bool runningPending_ = false;
   bool stopRequested_ = false;

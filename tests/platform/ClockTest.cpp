@@ -166,3 +166,33 @@ TEST_F(ClockTest, ThousandsOfAlarmsFireInTimeOrder) {
 }
 
 }  // namespace
+
+// Turn-end work sees a whole turn: every expiry due at one instant, and what they queued.
+TEST_F(ClockTest, TurnEndWorkRunsOnceAfterEveryExpiryOfAnInstant) {
+  std::vector<int> log;
+  class Toggle : public Zel::Clock::NotifieeConst {
+   public:
+    Toggle(std::vector<int>* log, int id) : log_(log), id_(id) {}
+    void onTime() override {
+      Zel::activityManager()->taskIs([this] { log_->push_back(id_); });
+      Zel::activityManager()->turnEndTaskIs([this] { log_->push_back(-1); });
+    }
+
+   private:
+    std::vector<int>* log_;
+    int id_;
+  };
+  std::vector<Ptr<Toggle>> toggles;
+  for (int id = 0; id < 4; ++id) {
+    toggles.push_back(Zel::allocate<Toggle>(&log, id));
+    toggles.back()->notifierIs(loop_->clock());
+    toggles.back()->timeMinIs(id < 3 ? 1.0 : 2.0);
+  }
+  loop_->advance(3);
+  EXPECT_EQ(log, (std::vector<int>{0, 1, 2, -1, -1, -1, 3, -1}));
+
+  log.clear();
+  loop_->taskIs([&] { loop_->turnEndTaskIs([&] { log.push_back(7); }); });
+  EXPECT_EQ(loop_->runPending(), 2u);
+  EXPECT_EQ(log, (std::vector<int>{7}));
+}

@@ -1,0 +1,132 @@
+#include "host/drive/GpiodBackend.h"
+
+#include <cstring>
+#include <map>
+#include <unordered_map>
+
+namespace Drive {
+
+namespace {
+
+std::string errorText(int error) {
+  return std::strerror(error);
+}
+
+}  // namespace
+
+GpiodBackend::GpiodBackend(std::unique_ptr<GpioLines> lines) : lines_(std::move(lines)) {}
+
+GpiodBackend::~GpiodBackend() {
+  for (Request const& request : requests_) lines_->release(request.handle);
+}
+
+std::vector<PinFault> GpiodBackend::claim(std::vector<PinClaim> const& pins) {
+  std::vector<PinFault> faults;
+  // Ordered by chip and polarity so that requests come out the same at every start.
+  std::map<std::pair<std::size_t, bool>, std::vector<Line>> groups;
+  std::unordered_map<std::string, std::string> takenBy;  // "chip/offset" -> pin
+  for (PinClaim const& claim : pins) {
+    PinAddress const& address = *claim.address;
+    std::size_t chip = 0;
+    if (int error = lines_->openChip(address.chip, chip)) {
+      faults.push_back({claim.pin, error, "GPIO chip '" + address.chip + "': " + errorText(error)});
+      continue;
+    }
+    unsigned offset = address.lineOffset.value_or(0);
+    if (!address.lineOffset) {
+      if (int error = lines_->findLine(chip, address.lineName, offset)) {
+        faults.push_back({claim.pin, error,
+                          "no line '" + address.lineName + "' on GPIO chip '" + address.chip +
+                              "': " + errorText(error)});
+        continue;
+      }
+    }
+    std::string const key = std::to_string(chip) + "/" + std::to_string(offset);
+    auto const [other, fresh] = takenBy.emplace(key, address.pin);
+    if (!fresh) {
+      faults.push_back({claim.pin, EBUSY,
+                        "line " + std::to_string(offset) + " of GPIO chip '" + address.chip +
+                            "' is also pin '" + other->second + "'"});
+      continue;
+    }
+    groups[{chip, address.activeLow}].push_back(
+        {claim.pin, chip, offset, address.activeLow, claim.lit ? 1 : 0, &address.chip});
+  }
+  for (auto const& [key, group] : groups) requestGroup(group, faults);
+  return faults;
+}
+
+void GpiodBackend::requestGroup(std::vector<Line> const& group, std::vector<PinFault>& faults) {
+  for (std::size_t first = 0; first < group.size(); first += kLinesPerRequest) {
+    std::vector<Line> const part(group.begin() + static_cast<std::ptrdiff_t>(first),
+                                 group.begin() + static_cast<std::ptrdiff_t>(std::min(
+                                                     group.size(), first + kLinesPerRequest)));
+    int error = 0;
+    if (requestLines(part, error)) continue;
+    // One busy line refuses the whole request: find which, and drive the others together.
+    std::vector<Line> usable;
+    for (Line const& line : part) {
+      int lineError = 0;
+      if (!requestLines({line}, lineError)) {
+        faults.push_back({line.pin, lineError,
+                          "line " + std::to_string(line.offset) + " of GPIO chip '" +
+                              *line.chipName + "': " + errorText(lineError)});
+        continue;
+      }
+      lines_->release(requests_.back().handle);
+      requests_.pop_back();
+      usable.push_back(line);
+    }
+    for (Line const& line : usable) slots_[line.pin].claimed = false;
+    if (!usable.empty() && !requestLines(usable, error)) {
+      for (Line const& line : usable) faults.push_back({line.pin, error, errorText(error)});
+    }
+  }
+}
+
+bool GpiodBackend::requestLines(std::vector<Line> const& lines, int& error) {
+  Request request;
+  for (Line const& line : lines) {
+    request.pins.push_back(line.pin);
+    request.offsets.push_back(line.offset);
+    request.values.push_back(line.value);
+  }
+  error = lines_->request(lines.front().chip, request.offsets, lines.front().activeLow,
+                          request.values, request.handle);
+  if (error != 0) return false;
+  for (std::size_t i = 0; i < lines.size(); ++i) {
+    if (slots_.size() <= lines[i].pin) slots_.resize(lines[i].pin + 1);
+    slots_[lines[i].pin] = {requests_.size(), i, true};
+  }
+  requests_.push_back(std::move(request));
+  return true;
+}
+
+std::vector<PinFault> GpiodBackend::write(std::vector<PinWrite> const& writes) {
+  std::vector<PinFault> faults;
+  for (PinWrite const& write : writes) {
+    if (write.pin >= slots_.size() || !slots_[write.pin].claimed) continue;
+    Slot const& slot = slots_[write.pin];
+    Request& request = requests_[slot.request];
+    request.values[slot.index] = write.lit ? 1 : 0;
+    if (!request.touched) touched_.push_back(slot.request);
+    request.touched = true;
+  }
+  for (std::size_t index : touched_) {
+    Request& request = requests_[index];
+    request.touched = false;
+    if (int error = lines_->setValues(request.handle, request.values)) {
+      // The lines keep what they showed; the driver tries again at the next change.
+      for (PinWrite const& write : writes) {
+        Slot const& slot = write.pin < slots_.size() ? slots_[write.pin] : Slot{};
+        if (!slot.claimed || slot.request != index) continue;
+        request.values[slot.index] = write.lit ? 0 : 1;
+        faults.push_back({write.pin, error, "GPIO write: " + errorText(error)});
+      }
+    }
+  }
+  touched_.clear();
+  return faults;
+}
+
+}  // namespace Drive

@@ -1,0 +1,56 @@
+// Pins on GPIO lines: one output request per chip and polarity (split where a request would hold
+// more lines than one request can), and one bulk write per request that has a changed line.
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/drive/GpioLines.h"
+#include "host/drive/PinBackend.h"
+
+namespace Drive {
+
+class GpiodBackend final : public PinBackend {
+ public:
+  explicit GpiodBackend(std::unique_ptr<GpioLines> lines);
+  ~GpiodBackend() override;
+
+  Backend kind() const noexcept override { return Backend::gpiod; }
+  std::vector<PinFault> claim(std::vector<PinClaim> const& pins) override;
+  std::vector<PinFault> write(std::vector<PinWrite> const& writes) override;
+
+  static constexpr std::size_t kLinesPerRequest = 64;
+
+ private:
+  struct Line {
+    std::size_t pin;
+    std::size_t chip;
+    unsigned offset;
+    bool activeLow;
+    int value;
+    std::string const* chipName;
+  };
+  struct Request {
+    std::size_t handle = 0;
+    std::vector<std::size_t> pins;
+    std::vector<unsigned> offsets;
+    std::vector<int> values;
+    bool touched = false;
+  };
+  struct Slot {
+    std::size_t request = 0;
+    std::size_t index = 0;
+    bool claimed = false;
+  };
+
+  void requestGroup(std::vector<Line> const& group, std::vector<PinFault>& faults);
+  bool requestLines(std::vector<Line> const& lines, int& error);
+
+  std::unique_ptr<GpioLines> lines_;
+  std::vector<Request> requests_;
+  std::vector<Slot> slots_;  // by pin position
+  std::vector<std::size_t> touched_;
+};
+
+}  // namespace Drive

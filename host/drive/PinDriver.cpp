@@ -1,0 +1,285 @@
+#include "host/drive/PinDriver.h"
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "host/drive/FileBackend.h"
+#include "host/drive/GpiodBackend.h"
+#include "host/drive/LedClassBackend.h"
+#include "host/drive/LibGpiodLines.h"
+#include "platform/model/CorvelPinConfig.h"
+#include "platform/zel/Allocate.h"
+#include "platform/zel/Clock.h"
+
+namespace Drive {
+
+using Hardware::Gpio::CorvelPinConfig;
+
+class PinDriver::DirReactor : public Zel::Dir::NotifieeConst {
+ public:
+  DirReactor(Zel::Ptr<Zel::Dir const> const& dir, PinDriver* owner)
+      : Zel::Dir::NotifieeConst(dir), owner_(owner) {}
+  void onEntry(Zel::Name name) override {
+    if (owner_) owner_->follow(name);
+  }
+  void onEntry() override {
+    if (owner_) owner_->followAll();
+  }
+  void ownerDel() noexcept { owner_ = nullptr; }
+
+ private:
+  PinDriver* owner_;
+};
+
+class PinDriver::PinReactor : public CorvelPinConfig::NotifieeConst {
+ public:
+  PinReactor(Zel::Ptr<CorvelPinConfig const> const& pin, PinDriver* owner, std::size_t index)
+      : CorvelPinConfig::NotifieeConst(pin), owner_(owner), index_(index) {}
+  void onValue() override {
+    auto const* pin = static_cast<CorvelPinConfig const*>(notifier());
+    if (owner_ && pin) owner_->onValue(index_, pin->value() != 0);
+  }
+  void ownerDel() noexcept { owner_ = nullptr; }
+
+ private:
+  PinDriver* owner_;
+  std::size_t index_;
+};
+
+class PinDriver::LampTimer : public Zel::Clock::NotifieeConst {
+ public:
+  explicit LampTimer(PinDriver* owner) : owner_(owner) {}
+  void onTime() override {
+    if (owner_) owner_->lampTestEnd();
+  }
+  void ownerDel() noexcept { owner_ = nullptr; }
+
+ private:
+  PinDriver* owner_;
+};
+
+PinDriver::PinDriver(PinMap map, Zel::Dir& pins, Zel::ActivityManager& loop, Log log,
+                     DriverOptions options)
+    : map_(std::move(map)),
+      dir_(&pins),
+      loop_(loop),
+      log_(std::move(log)),
+      options_(std::move(options)),
+      pins_(map_.pins.size()),
+      reactors_(map_.pins.size()),
+      alive_(std::make_shared<bool>(true)) {
+  for (std::size_t i = 0; i < pins_.size(); ++i) pins_[i].address = &map_.pins[i];
+  claimAll();
+  dirReactor_ = Zel::allocate<DirReactor>(Zel::Ptr<Zel::Dir const>(dir_), this);
+  followAll();
+}
+
+PinDriver::~PinDriver() {
+  *alive_ = false;
+  for (auto& reactor : reactors_) {
+    if (!reactor) continue;
+    reactor->ownerDel();
+    reactor->notifierIs(nullptr);
+  }
+  if (dirReactor_) {
+    dirReactor_->ownerDel();
+    dirReactor_->notifierIs(nullptr);
+  }
+  if (lampTimer_) {
+    lampTimer_->ownerDel();
+    lampTimer_->notifierIs(nullptr);
+  }
+}
+
+void PinDriver::claimAll() {
+  backends_.resize(3);
+  std::vector<std::vector<PinClaim>> claims(3);
+  for (std::size_t i = 0; i < pins_.size(); ++i) {
+    Pin& pin = pins_[i];
+    auto const entity = Zel::ptrCast<CorvelPinConfig>(dir_->entityRef(pin.address->pin));
+    pin.wanted = entity && entity->value() != 0;
+    claims[static_cast<std::size_t>(pin.address->backend)].push_back({i, pin.address, pin.wanted});
+  }
+  if (!claims[0].empty()) {
+    backends_[0] =
+        std::make_unique<GpiodBackend>(options_.gpioLines ? options_.gpioLines() : libgpiodLines());
+  }
+  if (!claims[1].empty()) backends_[1] = std::make_unique<LedClassBackend>(map_.sysfsRoot);
+  if (!claims[2].empty()) backends_[2] = std::make_unique<FileBackend>(map_.valuesFile);
+  std::vector<PinFault> faults;
+  for (std::size_t b = 0; b < backends_.size(); ++b) {
+    if (!backends_[b]) continue;
+    for (PinClaim const& claim : claims[b]) {
+      pins_[claim.pin].claimed = true;
+      pins_[claim.pin].shown = claim.lit;
+    }
+    auto const failed = backends_[b]->claim(claims[b]);
+    faults.insert(faults.end(), failed.begin(), failed.end());
+  }
+  // In map order, as a reader of the map goes through it.
+  std::sort(faults.begin(), faults.end(),
+            [](PinFault const& x, PinFault const& y) { return x.pin < y.pin; });
+  for (PinFault const& fault : faults) {
+    Pin& pin = pins_[fault.pin];
+    pin.claimed = false;
+    pin.shown.reset();
+    pin.error = fault.text;
+    missing_.push_back(map_.where(*pin.address) + ": pin '" + pin.address->pin +
+                       "': " + fault.text);
+  }
+  if (missing_.empty()) return;
+  std::string text;
+  for (std::string const& line : missing_) text += (text.empty() ? "" : "\n") + line;
+  if (!options_.partial) throw DriveError(text);
+  for (std::string const& line : missing_) log_("pins: not driven: " + line);
+}
+
+PinDriver::Pin const* PinDriver::find(std::string const& name) const {
+  auto const found = map_.index.find(name);
+  return found == map_.index.end() ? nullptr : &pins_[found->second];
+}
+
+void PinDriver::follow(Zel::Name const& name) {
+  std::string const key = name.stdString();
+  auto const entity = Zel::ptrCast<CorvelPinConfig>(dir_->entityRef(name));
+  auto const mapped = map_.index.find(key);
+  if (mapped == map_.index.end()) {
+    if (entity && warnedUnmapped_.insert(key).second) {
+      log_("pins: pin '" + key + "' is not in " + map_.source + "; it is not driven");
+    }
+    return;
+  }
+  std::size_t const index = mapped->second;
+  auto& reactor = reactors_[index];
+  if (reactor && entity && reactor->notifier() == entity.ptr()) return;
+  detach(reactor);
+  if (entity)
+    reactor = Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(entity), this, index);
+  // A pin whose configuration went away is no longer lit by anyone.
+  onValue(index, entity && entity->value() != 0);
+}
+
+void PinDriver::followAll() {
+  for (auto member : dir_->entries()) follow(member.key);
+  for (std::size_t i = 0; i < pins_.size(); ++i) {
+    if (reactors_[i]) follow(Zel::Name(pins_[i].address->pin));
+  }
+}
+
+void PinDriver::onValue(std::size_t pin, bool lit) {
+  pins_[pin].wanted = lit;
+  if (!options_.latch) {
+    if (pins_[pin].claimed && !lampOn_) writeNow({{pin, lit}});
+    return;
+  }
+  mark(pin);
+}
+
+void PinDriver::mark(std::size_t pin) {
+  if (!pins_[pin].dirty) {
+    pins_[pin].dirty = true;
+    dirty_.push_back(pin);
+  }
+  if (latchQueued_) return;
+  latchQueued_ = true;
+  loop_.turnEndTaskIs([this, alive = alive_] {
+    if (*alive) latch();
+  });
+}
+
+void PinDriver::markAll() {
+  for (std::size_t i = 0; i < pins_.size(); ++i) mark(i);
+}
+
+void PinDriver::latch() {
+  latchQueued_ = false;
+  std::vector<PinWrite> writes;
+  for (std::size_t pin : dirty_) {
+    Pin& p = pins_[pin];
+    p.dirty = false;
+    bool const lit = lampOn_ || p.wanted;
+    if (p.claimed && p.shown != lit) writes.push_back({pin, lit});
+  }
+  dirty_.clear();
+  writeNow(writes);
+}
+
+void PinDriver::writeNow(std::vector<PinWrite> const& writes) {
+  if (writes.empty()) return;
+  // Grouped by backend, so that each can make one write of everything that changed.
+  std::vector<std::vector<PinWrite>> perBackend(backends_.size());
+  for (PinWrite const& write : writes) {
+    perBackend[static_cast<std::size_t>(pins_[write.pin].address->backend)].push_back(write);
+    pins_[write.pin].shown = write.lit;
+    pins_[write.pin].error.clear();
+  }
+  writes_ += writes.size();
+  for (std::size_t b = 0; b < backends_.size(); ++b) {
+    if (perBackend[b].empty()) continue;
+    for (PinFault const& failed : backends_[b]->write(perBackend[b])) fault(failed);
+  }
+}
+
+void PinDriver::fault(PinFault const& failed) {
+  Pin& pin = pins_[failed.pin];
+  // The hardware holds what it held; unknown, so that the next latch that meets the pin writes it.
+  pin.shown.reset();
+  pin.error = failed.text;
+  if (!pin.dirty) {
+    pin.dirty = true;
+    dirty_.push_back(failed.pin);
+  }
+  for (int kind : pin.errorsReported) {
+    if (kind == failed.error) return;
+  }
+  pin.errorsReported.push_back(failed.error);
+  log_("pins: " + map_.where(*pin.address) + ": pin '" + pin.address->pin + "': " + failed.text);
+}
+
+void PinDriver::lampTest(double seconds) {
+  if (!lampTimer_) {
+    lampTimer_ = Zel::allocate<LampTimer>(this);
+    lampTimer_->notifierIs(loop_.clock());
+  }
+  lampOn_ = true;
+  lampTimer_->timeMinIs(loop_.currentTime() + seconds);
+  markAll();
+}
+
+bool PinDriver::lampTestRunning() const noexcept {
+  return lampOn_;
+}
+
+void PinDriver::lampTestEnd() {
+  lampOn_ = false;
+  lampTimer_->timeMinIs(Zel::Clock::kNever);
+  markAll();
+}
+
+void PinDriver::stop() {
+  if (lampTimer_) lampTimer_->timeMinIs(Zel::Clock::kNever);
+  lampOn_ = false;
+  for (auto& reactor : reactors_) detach(reactor);
+  if (dirReactor_) {
+    dirReactor_->ownerDel();
+    dirReactor_->notifierIs(nullptr);
+    dirReactor_ = nullptr;
+  }
+  if (map_.onStop == StopPattern::leave) return;
+  bool const lit = map_.onStop == StopPattern::lit;
+  std::vector<PinWrite> writes;
+  for (std::size_t i = 0; i < pins_.size(); ++i) {
+    if (pins_[i].claimed && pins_[i].shown != lit) writes.push_back({i, lit});
+  }
+  writeNow(writes);
+}
+
+void PinDriver::detach(Zel::Ptr<PinReactor>& reactor) {
+  if (!reactor) return;
+  reactor->ownerDel();
+  reactor->notifierIs(nullptr);
+  reactor = nullptr;
+}
+
+}  // namespace Drive

@@ -1,0 +1,112 @@
+// Drives the mapped pins from the pin configuration the agent writes. The agent writes a pin
+// dark and lit again within one change; hardware must not show that, so the driver only marks
+// pins on notification and latches once per loop turn, writing each pin whose final value
+// differs from what its hardware shows: one bulk write per GPIO request, one `brightness` write
+// per changed LED. A lamp test lights everything for a while and then shows what the agent
+// shows by then, without touching the agent's pin configuration.
+#pragma once
+
+#include <functional>
+#include <memory>
+#include <optional>
+#include <stdexcept>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "host/drive/GpioLines.h"
+#include "host/drive/PinBackend.h"
+#include "host/drive/PinMap.h"
+#include "platform/zel/ActivityManager.h"
+#include "platform/zel/Dir.h"
+#include "platform/zel/Ptr.h"
+
+namespace Drive {
+
+// Pins that cannot be claimed at start; what() names each with its map line.
+class DriveError : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+struct DriverOptions {
+  // Drive the pins that can be claimed and report the others, rather than refuse to start.
+  bool partial = false;
+  // Off: every notification is written at once (for measuring what latching saves).
+  bool latch = true;
+  // Makes the gpiod backend's line access; null: libgpiod on the real character devices.
+  std::function<std::unique_ptr<GpioLines>()> gpioLines;
+};
+
+class PinDriver {
+ public:
+  using Log = std::function<void(std::string const& line)>;
+
+  struct Pin {
+    PinAddress const* address = nullptr;
+    bool wanted = false;        // what the agent shows
+    std::optional<bool> shown;  // what the hardware was last written to show
+    bool claimed = false;
+    std::string error;                // the latest failure, empty once a write succeeds
+    std::vector<int> errorsReported;  // kinds already logged for this pin
+    bool dirty = false;
+  };
+
+  // Claims every mapped pin, lit as the pin configuration already stands. Throws DriveError when
+  // a pin cannot be claimed, unless `options.partial`.
+  PinDriver(PinMap map, Zel::Dir& pins, Zel::ActivityManager& loop, Log log,
+            DriverOptions options = {});
+  ~PinDriver();
+  PinDriver(PinDriver const&) = delete;
+  PinDriver& operator=(PinDriver const&) = delete;
+
+  // Lights every mapped pin for `seconds`, then shows what the agent shows at that time.
+  void lampTest(double seconds);
+  bool lampTestRunning() const noexcept;
+  // Clean stop: drives the map's stop pattern, then stops following the pins.
+  void stop();
+
+  PinMap const& map() const noexcept { return map_; }
+  std::vector<Pin> const& pins() const noexcept { return pins_; }
+  Pin const* find(std::string const& name) const;
+  // Pins that could not be claimed, as "map:line: pin 'X': reason".
+  std::vector<std::string> const& missing() const noexcept { return missing_; }
+  std::uint64_t writeCount() const noexcept { return writes_; }
+
+ private:
+  class DirReactor;
+  class PinReactor;
+  class LampTimer;
+
+  void claimAll();
+  void follow(Zel::Name const& name);
+  void followAll();
+  void onValue(std::size_t pin, bool lit);
+  void mark(std::size_t pin);
+  void markAll();
+  void latch();
+  void writeNow(std::vector<PinWrite> const& writes);
+  void fault(PinFault const& fault);
+  void lampTestEnd();
+  static void detach(Zel::Ptr<PinReactor>& reactor);
+
+  PinMap map_;
+  Zel::Ptr<Zel::Dir> dir_;
+  Zel::ActivityManager& loop_;
+  Log log_;
+  DriverOptions options_;
+  std::vector<Pin> pins_;
+  std::vector<std::unique_ptr<PinBackend>> backends_;  // by Backend
+  std::vector<std::string> missing_;
+  Zel::Ptr<DirReactor> dirReactor_;
+  std::vector<Zel::Ptr<PinReactor>> reactors_;  // by pin position
+  std::unordered_set<std::string> warnedUnmapped_;
+  std::vector<std::size_t> dirty_;
+  bool latchQueued_ = false;
+  bool lampOn_ = false;
+  Zel::Ptr<LampTimer> lampTimer_;
+  std::uint64_t writes_ = 0;
+  std::shared_ptr<bool> alive_;  // a queued latch outliving the driver finds it gone
+};
+
+}  // namespace Drive

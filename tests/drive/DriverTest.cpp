@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "host/drive/PinDriver.h"
+#include "platform/model/CorvelPinConfig.h"
+#include "tests/drive/RecordingLines.h"
+
+namespace Drive {
+namespace {
+
+using Hardware::Gpio::CorvelPinConfig;
+
+// Four pins: a and c on one chip, b on the same chip but active-low, d on a second chip.
+constexpr char kMap[] = R"([[pin]]
+name = "a"
+backend = "gpiod"
+chip = "gpiochip0"
+line = 1
+[[pin]]
+name = "b"
+backend = "gpiod"
+chip = "gpiochip0"
+line = "LINE2"
+active_low = true
+[[pin]]
+name = "c"
+backend = "gpiod"
+chip = "gpiochip0"
+line = 3
+[[pin]]
+name = "d"
+backend = "gpiod"
+chip = "gpiochip1"
+line = 0
+)";
+
+class DriverTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
+    dir_ = Zel::Dir::dirIs("config");
+  }
+
+  Zel::Ptr<CorvelPinConfig> pin(char const* name) {
+    return Zel::ptrCast<CorvelPinConfig>(dir_->entryIs(name, "Hardware::Gpio::CorvelPinConfig"));
+  }
+  std::unique_ptr<PinDriver> start(std::string const& extra = "", bool partial = false) {
+    DriverOptions options;
+    options.partial = partial;
+    options.gpioLines = linesOn(bench_);
+    auto driver = std::make_unique<PinDriver>(
+        parsePinMap(extra + kMap, "map.toml"), *dir_, *loop_,
+        [this](std::string const& line) { log_.push_back(line); }, options);
+    loop_->runPending();
+    return driver;
+  }
+
+  Zel::ActivityManager* loop_ = nullptr;
+  Zel::Ptr<Zel::Dir> dir_;
+  GpioBench bench_;
+  std::vector<std::string> log_;
+};
+
+TEST_F(DriverTest, StartsLitAsThePinsStandWithOneRequestPerChipAndPolarity) {
+  pin("a")->valueIs(1);
+  pin("b");
+  auto driver = start();
+  ASSERT_EQ(bench_.requests.size(), 3u);
+  EXPECT_EQ(bench_.requests[0].offsets, (std::vector<unsigned>{1, 3}));
+  EXPECT_EQ(bench_.requests[0].logical, (std::vector<int>{1, 0}));
+  EXPECT_TRUE(bench_.requests[1].activeLow);
+  EXPECT_EQ(bench_.requests[2].chip, "gpiochip1");
+  EXPECT_EQ(bench_.level("gpiochip0", 2), 1);  // dark on an active-low line is high
+  EXPECT_TRUE(bench_.bulkWrites.empty());      // the request itself set the values
+  EXPECT_TRUE(log_.empty());
+}
+
+TEST_F(DriverTest, WritesOnlyFinalChangesOnceATurnAndInvertsActiveLow) {
+  auto a = pin("a"), b = pin("b"), c = pin("c"), d = pin("d");
+  auto driver = start();
+  a->valueIs(1);
+  a->valueIs(0);  // what the agent does to a colour that stays lit
+  a->valueIs(1);
+  c->valueIs(1);
+  c->valueIs(0);
+  loop_->runPending();
+  ASSERT_EQ(bench_.bulkWrites, (std::vector<std::size_t>{0}));
+  EXPECT_EQ(bench_.requests[0].logical, (std::vector<int>{1, 0}));
+
+  b->valueIs(1);
+  a->valueIs(1);
+  loop_->runPending();
+  EXPECT_EQ(bench_.bulkWrites, (std::vector<std::size_t>{0, 1}));
+  EXPECT_EQ(bench_.level("gpiochip0", 2), 0);
+  EXPECT_EQ(driver->find("b")->shown, true);
+  EXPECT_EQ(driver->writeCount(), 2u);
+}
+
+TEST_F(DriverTest, LampTestLightsEverythingThenShowsWhatTheAgentShowsByThen) {
+  auto a = pin("a"), d = pin("d");
+  a->valueIs(1);
+  auto driver = start();
+  driver->lampTest(2.0);
+  loop_->runPending();
+  for (unsigned line : {1u, 3u}) EXPECT_EQ(bench_.level("gpiochip0", line), 1);
+  EXPECT_EQ(bench_.level("gpiochip0", 2), 0);  // lit, active-low
+  std::size_t const writes = bench_.bulkWrites.size();
+  loop_->advance(1.0);
+  a->valueIs(0);  // the agent goes on meanwhile
+  d->valueIs(1);
+  loop_->advance(0.5);
+  EXPECT_EQ(bench_.bulkWrites.size(), writes);
+  loop_->advance(1.0);
+  EXPECT_FALSE(driver->lampTestRunning());
+  EXPECT_EQ(bench_.level("gpiochip0", 1), 0);
+  EXPECT_EQ(bench_.level("gpiochip0", 2), 1);
+  EXPECT_EQ(bench_.level("gpiochip0", 3), 0);
+  EXPECT_EQ(bench_.level("gpiochip1", 0), 1);
+  EXPECT_EQ(a->value(), 0u);  // the agent's configuration was never written
+}
+
+TEST_F(DriverTest, APinThatCannotBeClaimedStopsTheStartOrIsReportedWithPartial) {
+  bench_.absentChips.insert("gpiochip1");
+  bench_.busyLines.insert({"gpiochip0", 3});
+  try {
+    start();
+    ADD_FAILURE() << "started";
+  } catch (DriveError const& error) {
+    EXPECT_STREQ(error.what(),
+                 "map.toml:12: pin 'c': line 3 of GPIO chip 'gpiochip0': Device or resource busy\n"
+                 "map.toml:17: pin 'd': GPIO chip 'gpiochip1': No such file or directory");
+  }
+  bench_.requests.clear();
+  auto a = pin("a"), c = pin("c");
+  auto driver = start("", true);
+  EXPECT_EQ(driver->missing().size(), 2u);
+  EXPECT_EQ(log_.size(), 2u);
+  a->valueIs(1);
+  c->valueIs(1);
+  loop_->runPending();
+  EXPECT_EQ(bench_.level("gpiochip0", 1), 1);  // the rest is driven, the busy line untouched
+  EXPECT_EQ(bench_.requests[0].offsets, (std::vector<unsigned>{1}));
+}
+
+TEST_F(DriverTest, AFailedWriteIsSaidOncePerKindAndRetriedAtTheNextChange) {
+  auto a = pin("a"), b = pin("b"), d = pin("d");
+  auto driver = start("on_stop = \"lit\"\n");
+  pin("stray")->valueIs(1);
+  pin("stray")->valueIs(0);
+  bench_.failWrites = EIO;
+  a->valueIs(1);
+  loop_->runPending();
+  a->valueIs(0);
+  loop_->runPending();
+  a->valueIs(1);
+  loop_->runPending();
+  ASSERT_EQ(log_.size(), 2u);
+  EXPECT_EQ(log_[0], "pins: pin 'stray' is not in map.toml; it is not driven");
+  EXPECT_EQ(log_[1], "pins: map.toml:2: pin 'a': GPIO write: Input/output error");
+  EXPECT_EQ(driver->find("a")->error, "GPIO write: Input/output error");
+
+  bench_.failWrites = 0;
+  d->valueIs(1);  // a change elsewhere brings the failed pin along
+  loop_->runPending();
+  EXPECT_EQ(bench_.level("gpiochip0", 1), 1);
+  EXPECT_EQ(bench_.level("gpiochip1", 0), 1);
+  EXPECT_EQ(driver->find("a")->error, "");
+
+  driver->stop();  // the stop pattern lights what is still dark
+  EXPECT_EQ(bench_.level("gpiochip0", 2), 0);
+  EXPECT_EQ(bench_.level("gpiochip0", 3), 1);
+  b->valueIs(0);
+  loop_->runPending();
+  EXPECT_EQ(bench_.level("gpiochip0", 2), 0);
+}
+
+TEST_F(DriverTest, MoreLinesThanOneRequestHoldsAreSplitAcrossRequests) {
+  std::string map;
+  for (int i = 0; i < 70; ++i) {
+    map += "[[pin]]\nname = \"p" + std::to_string(i) +
+           "\"\nbackend = \"gpiod\"\nchip = \"big\"\nline = " + std::to_string(i) + "\n";
+  }
+  DriverOptions options;
+  options.gpioLines = linesOn(bench_);
+  PinDriver driver(
+      parsePinMap(map, "big.toml"), *dir_, *loop_, [](std::string const&) {}, options);
+  ASSERT_EQ(bench_.requests.size(), 2u);
+  EXPECT_EQ(bench_.requests[0].offsets.size(), 64u);
+  EXPECT_EQ(bench_.requests[1].offsets.size(), 6u);
+}
+
+}  // namespace
+}  // namespace Drive

@@ -1,0 +1,131 @@
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <sstream>
+#include <string>
+
+#include "host/drive/PinDriver.h"
+#include "platform/model/CorvelPinConfig.h"
+
+namespace Drive {
+namespace {
+
+namespace fs = std::filesystem;
+using Hardware::Gpio::CorvelPinConfig;
+
+std::string contents(fs::path const& path) {
+  std::ifstream in(path);
+  std::ostringstream text;
+  text << in.rdbuf();
+  return text.str();
+}
+
+void put(fs::path const& path, std::string const& text) {
+  fs::create_directories(path.parent_path());
+  std::ofstream(path) << text;
+}
+
+// A directory laid out like sysfs, with real files written by the backends.
+class HardwareFilesTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    root_ = fs::temp_directory_path() /
+            ("pinlamp-drive-" +
+             std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
+    fs::remove_all(root_);
+    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
+    dir_ = Zel::Dir::dirIs("config");
+  }
+  void TearDown() override { fs::remove_all(root_); }
+
+  Zel::Ptr<CorvelPinConfig> pin(char const* name) {
+    return Zel::ptrCast<CorvelPinConfig>(dir_->entryIs(name, "Hardware::Gpio::CorvelPinConfig"));
+  }
+  std::unique_ptr<PinDriver> start(std::string const& map, bool partial = false) {
+    put(root_ / "map.toml", map);
+    DriverOptions options;
+    options.partial = partial;
+    return std::make_unique<PinDriver>(
+        loadPinMap((root_ / "map.toml").string()), *dir_, *loop_,
+        [this](std::string const& line) { log_.push_back(line); }, options);
+  }
+
+  fs::path root_;
+  Zel::ActivityManager* loop_ = nullptr;
+  Zel::Ptr<Zel::Dir> dir_;
+  std::vector<std::string> log_;
+};
+
+TEST_F(HardwareFilesTest, LedClassDevicesLoseTheirTriggerAndTakeBrightness) {
+  fs::path const leds = root_ / "sys/class/leds";
+  put(leds / "red/max_brightness", "255\n");
+  put(leds / "red/trigger", "[heartbeat] none");
+  put(leds / "red/brightness", "0\n");
+  put(leds / "amber/trigger", "none");
+  put(leds / "amber/brightness", "0\n");
+  auto red = pin("red");
+  red->valueIs(1);
+  auto driver = start(R"(sysfs_root = "sys"
+[[pin]]
+name = "red"
+backend = "led"
+device = "red"
+[[pin]]
+name = "amber"
+backend = "led"
+device = "amber"
+brightness = 7
+[[pin]]
+name = "blue"
+backend = "led"
+device = "blue"
+)",
+                      true);
+  EXPECT_EQ(contents(leds / "red/trigger"), "none\n");
+  EXPECT_EQ(contents(leds / "red/brightness"), "255\n");  // lit from the start
+  ASSERT_EQ(driver->missing().size(), 1u);
+  EXPECT_EQ(driver->missing()[0],
+            (root_ / "map.toml").string() +
+                ":11: pin 'blue': LED 'blue': max_brightness: No such file or directory");
+
+  red->valueIs(0);
+  pin("amber")->valueIs(1);
+  pin("blue")->valueIs(1);
+  loop_->runPending();
+  EXPECT_EQ(contents(leds / "red/brightness"), "0\n");
+  EXPECT_EQ(contents(leds / "amber/brightness"), "7\n");
+}
+
+TEST_F(HardwareFilesTest, FilesHoldOnePinEachOrAllValuesReplacedWholeAtEachLatch) {
+  fs::create_directories(root_ / "out");
+  auto a = pin("a"), b = pin("b"), c = pin("c");
+  b->valueIs(1);
+  auto driver = start(R"(values_file = "out/all"
+on_stop = "dark"
+[[pin]]
+name = "a"
+backend = "file"
+path = "out/a"
+[[pin]]
+name = "b"
+backend = "file"
+[[pin]]
+name = "c"
+backend = "file"
+)");
+  EXPECT_EQ(contents(root_ / "out/a"), "0\n");
+  EXPECT_EQ(contents(root_ / "out/all"), "b 1\nc 0\n");
+  a->valueIs(1);
+  c->valueIs(1);
+  loop_->runPending();
+  EXPECT_EQ(contents(root_ / "out/a"), "1\n");
+  EXPECT_EQ(contents(root_ / "out/all"), "b 1\nc 1\n");
+  EXPECT_FALSE(fs::exists(root_ / "out/all.new"));
+  driver->stop();
+  EXPECT_EQ(contents(root_ / "out/a"), "0\n");
+  EXPECT_EQ(contents(root_ / "out/all"), "b 0\nc 0\n");
+}
+
+}  // namespace
+}  // namespace Drive
