@@ -8,6 +8,8 @@
 #include <optional>
 #include <thread>
 
+#include "host/drive/DriverReport.h"
+#include "host/drive/PinDriver.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/AgentProfile.h"
 #include "host/run/RunSetup.h"
@@ -25,9 +27,10 @@ namespace {
 // How often the STATUS= line is brought up to date.
 constexpr double kStatusInterval = 5.0;
 
-// Readiness conditions. The mounts are the agent's own; a database that resynchronises and a
-// pin driver that requests its pins add theirs beside it in waitForReadiness.
+// Readiness conditions: the agent's mounts, and with a pin map the pins claimed. A database that
+// resynchronises adds its first resync beside them.
 constexpr char kMountsCondition[] = "mounts";
+constexpr char kPinsCondition[] = "pins";
 
 // Test-only: with this set to N seconds, SIGUSR1 blocks the activity loop for N seconds, so
 // that a test can see the watchdog pings stop while the loop is stuck.
@@ -68,6 +71,7 @@ class ServeRun {
     statusTimer_.reset();
     watchdog_.reset();
     signals_.reset();
+    driver_.reset();
     session_.reset();  // the agent's last records still reach the host's sink
   }
 
@@ -83,9 +87,11 @@ class ServeRun {
     watchSignals();
     log_.notice("serving agent '" + options_.agentName + "' from " + setup_.plugin().path() +
                 " on cell " + std::to_string(options_.cell) + ", database " + databaseState());
-    if (!startAgent()) return 1;
+    if (!startDriver() || !startAgent()) return 1;
+    readiness_.waitingDone();
     startTimers();
     session_->loop().run();
+    if (driver_) driver_->stop();
     log_.notice("stopped");
     return 0;
   }
@@ -116,7 +122,29 @@ class ServeRun {
       return false;
     }
     readiness_.conditionMet(kMountsCondition);
-    readiness_.waitingDone();
+    return true;
+  }
+
+  // The pins are claimed before the agent starts, so that nothing is lit when a pin that the
+  // map names cannot be driven (unless pins-partial lets the rest go on).
+  bool startDriver() {
+    if (options_.pinMap.empty()) return true;
+    readiness_.conditionIs(kPinsCondition);
+    try {
+      Drive::DriverOptions driverOptions;
+      driverOptions.partial = options_.pinsPartial;
+      driver_ = std::make_unique<Drive::PinDriver>(
+          Drive::loadPinMap(options_.pinMap), session_->pins(), session_->loop(),
+          [this](std::string const& line) { log_.warning(line); }, driverOptions);
+    } catch (Drive::PinMapError const& error) {
+      log_.error(error.what());
+      return false;
+    } catch (Drive::DriveError const& error) {
+      log_.error("pins that cannot be driven (pins-partial drives the rest): " +
+                 std::string(error.what()));
+      return false;
+    }
+    readiness_.conditionMet(kPinsCondition);
     return true;
   }
 
@@ -142,8 +170,9 @@ class ServeRun {
     Zel::Dir const& pins = session_->pins();
     // The pin directory also holds the agent's per-LED output directory.
     std::size_t const pinCount = pins.entryCount() - (pins.entries().contains("ledSystem") ? 1 : 0);
-    notifier_.status(std::to_string(leds) + " LEDs mapped, " + std::to_string(pinCount) +
-                     " pins, database " + databaseState());
+    std::string const driven = driver_ ? "; " + Drive::driverSummary(*driver_) : "";
+    notifier_.status(std::to_string(leds) + " LEDs mapped, " + std::to_string(pinCount) + " pins" +
+                     driven + "; database " + databaseState());
   }
 
   // The embedded database is always there; a remote one reports connected or lost here.
@@ -159,8 +188,7 @@ class ServeRun {
     }
   }
 
-  // The agent keeps running while the service manager waits for the exit; the loop ends after
-  // the stop steps (a pin driver's stop pattern goes here) and the process exits cleanly.
+  // The loop ends; then the pin driver shows its stop pattern and the process exits cleanly.
   void stop(int signal) {
     notifier_.stopping();
     log_.notice(std::string("stopping on ") + signalName(signal));
@@ -208,6 +236,7 @@ class ServeRun {
   Readiness readiness_;
   std::vector<std::string> restartOnlyConfig_;
   std::optional<Session> session_;
+  std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<SignalWatch> signals_;
   std::optional<PeriodicTimer> watchdog_;
   std::optional<PeriodicTimer> statusTimer_;
