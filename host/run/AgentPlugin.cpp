@@ -77,7 +77,14 @@ std::string defaultAgentPath(std::string& tried) {
   std::vector<fs::path> candidates;
   std::error_code error;
   fs::path const program = fs::read_symlink("/proc/self/exe", error);
-  if (!error) candidates.push_back(program.parent_path().parent_path() / "lib" / kAgentLibraryName);
+  if (!error) {
+    fs::path const prefix = program.parent_path().parent_path();
+    candidates.push_back(prefix / "lib" / kAgentLibraryName);
+#ifdef WARDEN_INSTALL_LIBDIR
+    // An installation moved as a whole (a staging tree, a relocated prefix) keeps its layout.
+    candidates.push_back(prefix / WARDEN_INSTALL_LIBDIR / kAgentLibraryName);
+#endif
+  }
 #ifdef WARDEN_INSTALLED_AGENT
   candidates.emplace_back(WARDEN_INSTALLED_AGENT);
 #endif
