@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/run/AgentProfile.h"
+#include "platform/warden/AgentAbi.h"
 
 namespace Host {
 
@@ -39,6 +40,23 @@ void checkFile(std::string const& path) {
   }
 }
 
+// A plug-in built against another framework shares no layout with this process: nothing in it
+// may run, so this is checked before its factory is called.
+void checkFrameworkVersion(void* handle, std::string const& path) {
+  auto const* abi = static_cast<Warden::AgentAbi const*>(::dlsym(handle, Warden::kAgentAbiSymbol));
+  std::string const running = Warden::frameworkVersion();
+  if (!abi || abi->descriptorSize < sizeof(Warden::AgentAbi) || !abi->frameworkVersion) {
+    throw AgentPlugin::Error("agent plug-in " + path + " does not say which framework it was " +
+                             "built against (no symbol '" + Warden::kAgentAbiSymbol +
+                             "'); rebuild it against framework " + running);
+  }
+  if (running != abi->frameworkVersion) {
+    throw AgentPlugin::Error("agent plug-in " + path + " was built against framework " +
+                             abi->frameworkVersion + ", but warden runs framework " + running +
+                             "; rebuild the plug-in against " + running);
+  }
+}
+
 }  // namespace
 
 void AgentPlugin::Closer::operator()(void* handle) const noexcept {
@@ -62,6 +80,7 @@ AgentPlugin AgentPlugin::open(std::string const& path) {
     throw Error("agent plug-in " + path + " has no agent factory (no symbol '" +
                 kAgentFactorySymbol + "')");
   }
+  checkFrameworkVersion(raw, path);
   auto const factory = reinterpret_cast<AgentFactoryFunction>(symbol);
   return AgentPlugin(path, std::move(handle), factory);
 }
