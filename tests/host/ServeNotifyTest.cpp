@@ -59,7 +59,7 @@ class ServeNotifyTest : public testing::Test {
     fs::remove_all(dir_);
   }
 
-  void startWarden() {
+  void startWarden(std::string const& config = "") {
     std::string const log = (dir_ / "stderr").string();
     child_ = ::fork();
     ASSERT_GE(child_, 0);
@@ -75,8 +75,13 @@ class ServeNotifyTest : public testing::Test {
       if (::fstat(STDERR_FILENO, &status) != 0) ::_exit(127);
       ::setenv("JOURNAL_STREAM",
                (std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino)).c_str(), 1);
-      ::execl(WARDEN_PROGRAM, WARDEN_PROGRAM, "serve", "--agent", AGENT_PLUGIN, "--trace",
-              "Pinlamp/3", static_cast<char*>(nullptr));
+      if (config.empty()) {
+        ::execl(WARDEN_PROGRAM, WARDEN_PROGRAM, "serve", "--agent", AGENT_PLUGIN, "--trace",
+                "Pinlamp/3", static_cast<char*>(nullptr));
+      } else {
+        ::execl(WARDEN_PROGRAM, WARDEN_PROGRAM, "serve", "--agent", AGENT_PLUGIN, "--config",
+                config.c_str(), static_cast<char*>(nullptr));
+      }
       ::_exit(127);
     }
   }
@@ -135,6 +140,17 @@ class ServeNotifyTest : public testing::Test {
       if (m.text == "WATCHDOG=1") times.push_back(m.at);
     }
     return times;
+  }
+
+  // Waits until warden's log holds `text`.
+  bool awaitLog(std::string const& text, double seconds) {
+    auto const deadline =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
+    while (Clock::now() < deadline) {
+      if (wardenLog().find(text) != std::string::npos) return true;
+      next(0.05);  // paces the wait on the socket rather than on a sleep
+    }
+    return false;
   }
 
   // Exit status of the child, or -1 if it has not exited within `seconds`.
@@ -200,6 +216,35 @@ TEST_F(ServeNotifyTest, AStalledLoopStopsThePings) {
   ASSERT_FALSE(times.empty());
   EXPECT_GE(Seconds(times.back() - stalled).count(), 1.0) << "the pings did not resume";
   EXPECT_LT(kPingInterval, longestGap);
+}
+
+TEST_F(ServeNotifyTest, HangUpReloadsTheTraceLevelsAndKeepsTheRest) {
+  std::string const config = (dir_ / "pinlamp.toml").string();
+  std::ofstream(config) << "name = \"lamp\"\ntrace = [\"Pinlamp/3\"]\n";
+  startWarden(config);
+  ASSERT_TRUE(awaitMessage("READY=1", 20)) << wardenLog();
+
+  std::ofstream(config) << "name = \"lamp\"\ntrace = [\"Pinlamp/6-9\"]\n";
+  ASSERT_EQ(::kill(child_, SIGHUP), 0);
+  ASSERT_TRUE(awaitLog("trace levels reloaded from " + config, 10)) << wardenLog();
+  EXPECT_EQ(wardenLog().find("next restart"), std::string::npos) << wardenLog();
+
+  std::ofstream(config) << "name = \"other\"\ntrace = [\"Pinlamp/3\"]\n";
+  ASSERT_EQ(::kill(child_, SIGHUP), 0);
+  EXPECT_TRUE(awaitLog(
+      "options other than trace changed in " + config + "; they take effect at the next restart",
+      10))
+      << wardenLog();
+
+  std::ofstream(config) << "name = \"lamp\"\ncell = \"two\"\n";
+  ASSERT_EQ(::kill(child_, SIGHUP), 0);
+  EXPECT_TRUE(awaitLog(
+      config + ":2: --cell needs a whole number, not 'two'; the running " + "configuration stays",
+      10))
+      << wardenLog();
+
+  ASSERT_EQ(::kill(child_, SIGTERM), 0);
+  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
 }
 
 }  // namespace
