@@ -48,17 +48,6 @@ TEST(ValueTest, RefusesWhatWouldLoseOrInventInformation) {
   }
 }
 
-TEST(ValueTest, PrintsReadably) {
-  Led::LightSetting green;
-  green.green = true;
-  EXPECT_EQ(Value(true).text(), "true");
-  EXPECT_EQ(Value(-3).text(), "-3");
-  EXPECT_EQ(Value(green).text(), "[green steady]");
-  EXPECT_EQ(Value(nullptr).text(), "(null)");
-  EXPECT_EQ(Value().text(), "(none)");
-  EXPECT_EQ(Value(Zel::allocate<Hardware::Gpio::CorvelPinConfig>("P1")).text(), "P1");
-}
-
 TEST(ArgumentsTest, FindsByNameFirstThenByPosition) {
   Arguments const args{{"value", 1}, Value(2), {"led", 3}};
   EXPECT_EQ(args.at(0, "led"), Value(3));

@@ -45,43 +45,34 @@ class LedFixture : public testing::Test {
   void SetUp() override {
     Zel::traceSinkIs(&sink_);
     Zel::traceLevelsIs("Pinlamp", kLevels6to9);
-    led_ = outputFor("Led1", "1");
+    led_ = ledSystem_->gpioLedsIs("Led1");
+    led_->gpioYellowIs(Zel::allocate<CorvelPinConfig>("Y1"));
+    led_->gpioGreenIs(Zel::allocate<CorvelPinConfig>("G1"));
+    led_->gpioRedIs(Zel::allocate<CorvelPinConfig>("R1"));
+    led_->gpioOrangeIs(Zel::allocate<CorvelPinConfig>("O1"));
   }
   void TearDown() override {
     Zel::traceSinkIs(nullptr);
     Zel::traceLevelsIs("Pinlamp", 0);
   }
 
-  // The LED's output configuration in "ledSystem", with pins Y<suffix>, G<suffix>, R<suffix> and
-  // O<suffix>, all at 0.
-  Ptr<CorvelGpioLedConfig> outputFor(Zel::Name const& ledName, std::string const& suffix) {
-    Ptr<CorvelGpioLedConfig> led = ledSystem_->gpioLedsIs(ledName);
-    led->gpioYellowIs(Zel::allocate<CorvelPinConfig>(Zel::Name("Y" + suffix)));
-    led->gpioGreenIs(Zel::allocate<CorvelPinConfig>(Zel::Name("G" + suffix)));
-    led->gpioRedIs(Zel::allocate<CorvelPinConfig>(Zel::Name("R" + suffix)));
-    led->gpioOrangeIs(Zel::allocate<CorvelPinConfig>(Zel::Name("O" + suffix)));
-    return led;
-  }
-
   // Pin values in the order yellow, green, red, orange: "0100" is steady green.
-  static std::string pins(Ptr<CorvelGpioLedConfig> const& led) {
+  std::string pins() const {
     std::string out;
     for (auto const* colour :
-         {&led->gpioYellow(), &led->gpioGreen(), &led->gpioRed(), &led->gpioOrange()}) {
+         {&led_->gpioYellow(), &led_->gpioGreen(), &led_->gpioRed(), &led_->gpioOrange()}) {
       for (auto member : *colour) out += std::to_string(member.value->value());
     }
     return out;
   }
-  std::string pins() const { return pins(led_); }
 
   Ptr<GpioLedStateMachine> machine() { return Pinlamp::GpioLedStateMachineIs(led_, config_); }
 
   // What another agent does: publish a new setting; the machine hears of it from the loop.
-  void show(Led::LightSetting const& setting, Ptr<LedConfig> const& config) {
-    config->lightSettingIs(setting);
+  void show(Led::LightSetting const& setting) {
+    config_->lightSettingIs(setting);
     loop_->runPending();
   }
-  void show(Led::LightSetting const& setting) { show(setting, config_); }
 
   void advanceTo(double time) { loop_->advance(time - Zel::System::currentTime()); }
 

@@ -103,7 +103,6 @@ class AgentHarness {
   }
 
   void runPending() { loop_->runPending(); }
-  void advance(double seconds) { loop_->advance(seconds); }
 
   // --- writers' side --------------------------------------------------------------------------
 
@@ -160,9 +159,6 @@ class AgentHarness {
     Zel::Ptr<Hardware::Led::LedConfig> config = Hardware::Led::LedConfig::ledConfigIs(led);
     config->lightSettingIs(light);
     return ledDir()->ledsIs(config);
-  }
-  Zel::Ptr<Hardware::Led::LedConfig> removeLed(Zel::Name const& led) {
-    return ledDir()->ledsDel(led);
   }
 
   // --- readers' side --------------------------------------------------------------------------

@@ -7,24 +7,6 @@
 
 namespace {
 
-TEST(ColorToStringTest, WritesTheModelTextUnchanged) {
-  struct {
-    Led::Color color;
-    char const* text;
-  } const cases[] = {
-      {Led::Color::red, "red"},
-      {Led::Color::green, "green"},
-      {Led::Color::yellow, "yellow"},
-      {Led::Color::orange, "orange"},
-      {Led::Color::blue, "blue"},
-      {Led::Color::white, "white"},
-      {Led::Color::amber, "amber"},
-      {Led::Color::purple, "purple"},
-      {static_cast<Led::Color>(8), "Color(8)"},
-  };
-  for (auto const& c : cases) EXPECT_EQ(Lampwise::toString(c.color), Zel::String(c.text)) << c.text;
-}
-
 TEST(IsColorValidTest, AcceptsExactlyTheTextsOfTheEightColours) {
   struct {
     char const* text;

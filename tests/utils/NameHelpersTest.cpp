@@ -28,17 +28,6 @@ TEST_P(LedToDeviceTest, ClassifiesByFirstMatchingPrefix) {
   EXPECT_EQ(Lampwise::ledToDevice(GetParam().name), GetParam().device);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Prefixes, LedToDeviceTest,
-    testing::Values(LedNameCase{"Ethernet3/1", 1, 0x0001}, LedNameCase{"Fan1", 1, 0x0002},
-                    LedNameCase{"FanTray", 1, 0x0002}, LedNameCase{"PowerSupply2", 1, 0x0004},
-                    LedNameCase{"Status", 1, 0x0008}, LedNameCase{"Linecard4", 1, 0x0040},
-                    LedNameCase{"Fabric1", 1, 0x0040}, LedNameCase{"MultiFan", 1, 0x0020},
-                    LedNameCase{"MultiLineCard", 1, 0x0080},
-                    LedNameCase{"MultiFabricCard3", 1, 0x0100},
-                    LedNameCase{"MultiPowerSupply", 1, 0x0200}, LedNameCase{"Chassis", 1, 0x0000},
-                    LedNameCase{"", 1, 0x0000}));
-
 // Prefixes are case-sensitive, must stand at the very start, and the first matching one wins even
 // when a later, longer prefix would also fit.
 INSTANTIATE_TEST_SUITE_P(
