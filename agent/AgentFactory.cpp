@@ -1,5 +1,6 @@
 #include "agent/AgentFactory.h"
 
+#include "platform/warden/AgentAbi.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Exception.h"
 
@@ -24,3 +25,6 @@ extern "C" Warden::CAgent* wardenAgentFactory(char const* name) {
     return nullptr;
   }
 }
+
+// Read by the host before it calls the factory: the framework this plug-in was built against.
+WARDEN_AGENT_ABI_DESCRIPTOR;

@@ -3,19 +3,20 @@
 #pragma once
 
 #include "agent/Agent.h"
+#include "platform/zel/Export.h"
 
 namespace Pinlamp {
 
 // Allocates the agent under `name`; a range error "null ValidPtr" if no object results.
-Zel::Ptr<Agent> agentFactory(Zel::Name name);
+ZEL_EXPORT Zel::Ptr<Agent> agentFactory(Zel::Name name);
 
 // The type's creation hook: creates an agent by name for a directory (which it ignores).
-Zel::Ptr<Zel::Entity> newEntityForDir(Zel::Name const& name, Zel::Dir* dir);
+ZEL_EXPORT Zel::Ptr<Zel::Entity> newEntityForDir(Zel::Name const& name, Zel::Dir* dir);
 
 }  // namespace Pinlamp
 
 extern "C" {
 // Creates the agent under `name` and returns it with one reference that the caller owns (adopt it
 // into a Zel::Ptr). Exceptions do not cross this boundary: null on failure.
-Warden::CAgent* wardenAgentFactory(char const* name);
+ZEL_EXPORT Warden::CAgent* wardenAgentFactory(char const* name);
 }

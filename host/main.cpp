@@ -4,9 +4,10 @@
 #include <string>
 #include <vector>
 
-#include "host/script/CheckRun.h"
 #include "host/live/LiveRun.h"
 #include "host/run/Options.h"
+#include "host/script/CheckRun.h"
+#include "host/serve/ServeRun.h"
 
 int main(int argc, char** argv) {
   std::vector<std::string> const arguments(argv + 1, argv + argc);
@@ -23,6 +24,8 @@ int main(int argc, char** argv) {
       return Host::runCheck(parsed.options, std::cout, std::cerr);
     case Host::Options::Mode::run:
       return Host::runLive(parsed.options);
+    case Host::Options::Mode::serve:
+      return Host::runServe(arguments);
   }
   return 2;
 }

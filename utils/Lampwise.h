@@ -11,12 +11,12 @@
 #include <cstdint>
 
 #include "platform/model/Color.h"
+#include "platform/zel/Export.h"
 #include "platform/zel/Name.h"
 #include "platform/zel/String.h"
 
-// Spelled out so that the functions stay exported even if the library is ever built with hidden
-// default visibility.
-#define LAMPWISE_EXPORT __attribute__((visibility("default")))
+// The library is built with hidden default visibility: these functions are its public ones.
+#define LAMPWISE_EXPORT ZEL_EXPORT
 
 namespace Lampwise {
 

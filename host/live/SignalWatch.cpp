@@ -8,11 +8,12 @@
 
 namespace Host {
 
-SignalWatch::SignalWatch(Zel::ActivityManager& loop, Handler handler)
+SignalWatch::SignalWatch(Zel::ActivityManager& loop, Handler handler,
+                         std::initializer_list<int> watched)
     : loop_(loop), handler_(std::move(handler)) {
   sigset_t signals;
   sigemptyset(&signals);
-  for (int signal : {SIGINT, SIGTERM, SIGHUP, SIGWINCH}) sigaddset(&signals, signal);
+  for (int signal : watched) sigaddset(&signals, signal);
   if (::sigprocmask(SIG_BLOCK, &signals, &previousMask_) != 0) {
     throw std::system_error(errno, std::generic_category(), "blocking signals");
   }

@@ -6,6 +6,7 @@
 #include <signal.h>
 
 #include <functional>
+#include <initializer_list>
 
 #include "platform/zel/ActivityManager.h"
 
@@ -15,8 +16,9 @@ class SignalWatch {
  public:
   using Handler = std::function<void(int signal)>;
 
-  // Watches SIGINT, SIGTERM, SIGHUP and SIGWINCH.
-  SignalWatch(Zel::ActivityManager& loop, Handler handler);
+  // Watches `signals`; by default the ones a terminal session receives.
+  SignalWatch(Zel::ActivityManager& loop, Handler handler,
+              std::initializer_list<int> signals = {SIGINT, SIGTERM, SIGHUP, SIGWINCH});
   ~SignalWatch();
   SignalWatch(SignalWatch const&) = delete;
   SignalWatch& operator=(SignalWatch const&) = delete;

@@ -11,6 +11,7 @@
 #include <vector>
 
 #include "host/run/AgentProfile.h"
+#include "platform/warden/AgentAbi.h"
 
 namespace Host {
 
@@ -39,6 +40,23 @@ void checkFile(std::string const& path) {
   }
 }
 
+// A plug-in built against another framework shares no layout with this process: nothing in it
+// may run, so this is checked before its factory is called.
+void checkFrameworkVersion(void* handle, std::string const& path) {
+  auto const* abi = static_cast<Warden::AgentAbi const*>(::dlsym(handle, Warden::kAgentAbiSymbol));
+  std::string const running = Warden::frameworkVersion();
+  if (!abi || abi->descriptorSize < sizeof(Warden::AgentAbi) || !abi->frameworkVersion) {
+    throw AgentPlugin::Error("agent plug-in " + path + " does not say which framework it was " +
+                             "built against (no symbol '" + Warden::kAgentAbiSymbol +
+                             "'); rebuild it against framework " + running);
+  }
+  if (running != abi->frameworkVersion) {
+    throw AgentPlugin::Error("agent plug-in " + path + " was built against framework " +
+                             abi->frameworkVersion + ", but warden runs framework " + running +
+                             "; rebuild the plug-in against " + running);
+  }
+}
+
 }  // namespace
 
 void AgentPlugin::Closer::operator()(void* handle) const noexcept {
@@ -62,6 +80,7 @@ AgentPlugin AgentPlugin::open(std::string const& path) {
     throw Error("agent plug-in " + path + " has no agent factory (no symbol '" +
                 kAgentFactorySymbol + "')");
   }
+  checkFrameworkVersion(raw, path);
   auto const factory = reinterpret_cast<AgentFactoryFunction>(symbol);
   return AgentPlugin(path, std::move(handle), factory);
 }
@@ -77,7 +96,14 @@ std::string defaultAgentPath(std::string& tried) {
   std::vector<fs::path> candidates;
   std::error_code error;
   fs::path const program = fs::read_symlink("/proc/self/exe", error);
-  if (!error) candidates.push_back(program.parent_path().parent_path() / "lib" / kAgentLibraryName);
+  if (!error) {
+    fs::path const prefix = program.parent_path().parent_path();
+    candidates.push_back(prefix / "lib" / kAgentLibraryName);
+#ifdef WARDEN_INSTALL_LIBDIR
+    // An installation moved as a whole (a staging tree, a relocated prefix) keeps its layout.
+    candidates.push_back(prefix / WARDEN_INSTALL_LIBDIR / kAgentLibraryName);
+#endif
+  }
 #ifdef WARDEN_INSTALLED_AGENT
   candidates.emplace_back(WARDEN_INSTALLED_AGENT);
 #endif

@@ -44,8 +44,9 @@ class AgentPlugin {
 };
 
 // Where warden looks for the agent when no --agent is given: the library built or installed with
-// it, in ../lib next to the program, else the installation's library directory. Empty when none
-// of them exists; `tried` receives every place looked at.
+// it, in ../lib (or the configured library directory) next to the program, else the
+// installation's library directory. Empty when none of them exists; `tried` receives every
+// place looked at.
 std::string defaultAgentPath(std::string& tried);
 
 // Opens the plug-in at `path`, or the default one when `path` is empty.

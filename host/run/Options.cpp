@@ -38,17 +38,19 @@ class OptionReader {
 
   Options read() {
     Options options;
-    if (arguments_.empty()) throw UsageError{"missing command (run or check)"};
+    if (arguments_.empty()) throw UsageError{"missing command (run, check or serve)"};
     std::string const& command = arguments_[0];
     if (command == "run") {
       options.mode = Options::Mode::run;
     } else if (command == "check") {
       options.mode = Options::Mode::check;
+    } else if (command == "serve") {
+      options.mode = Options::Mode::serve;
     } else if (command == "help" || command == "--help" || command == "-h") {
       options.mode = Options::Mode::help;
       return options;
     } else {
-      throw UsageError{"unknown command '" + command + "' (run or check)"};
+      throw UsageError{"unknown command '" + command + "' (run, check or serve)"};
     }
     for (next_ = 1; next_ < arguments_.size(); ++next_) option(options, arguments_[next_]);
     if (options.mode == Options::Mode::check && options.scripts.empty()) {
@@ -56,6 +58,9 @@ class OptionReader {
     }
     if (options.mode == Options::Mode::run && options.scripts.size() > 1) {
       throw UsageError{"run takes at most one script"};
+    }
+    if (options.mode == Options::Mode::serve && !options.scripts.empty()) {
+      throw UsageError{"serve takes no script"};
     }
     return options;
   }
@@ -96,6 +101,8 @@ class OptionReader {
       options.database.passwordFile = value();
     } else if (name == "--db-allow-insecure" && equals == std::string::npos) {
       options.database.allowInsecure = true;
+    } else if (name == "--config") {
+      options.configPath = value();
     } else if (name == "--quiet" && equals == std::string::npos) {
       options.quiet = true;
     } else if (name == "--help" || name == "-h") {
@@ -124,11 +131,15 @@ ParsedOptions parseOptions(std::vector<std::string> const& arguments) {
 std::string usageText() {
   return R"(usage: warden run   [OPTIONS] [SCRIPT]
        warden check [OPTIONS] SCRIPT...
+       warden serve [--config FILE] [OPTIONS]
 
   run     runs the agent live: SCRIPT's commands (or, without SCRIPT, commands typed on
           standard input), then goes on until interrupted or `quit`
   check   runs each script in virtual time with a fresh database and agent; exits 0 when
           every expectation held
+  serve   runs the agent as a service: no console, no panel, logs to standard error, tells
+          systemd when it is ready; FILE (TOML) sets any option below by its long name
+          (agent = "...", cell = 2, trace = ["Pinlamp/3"]), and the command line overrides it
 
 options:
   --agent PATH               the agent plug-in (default: the one built or installed with warden)
@@ -147,6 +158,7 @@ options:
                              publishes each script's commands there, starting from empty tables
   --db-password-file FILE    the database password, read from FILE (never given on the line)
   --db-allow-insecure        allow TCP to another machine without credentials
+  --config FILE              serve: read the options from FILE first
 )";
 }
 

@@ -1,4 +1,4 @@
-// The command line of warden: a subcommand (run or check), its options and its scripts.
+// The command line of warden: a subcommand (run, check or serve), its options and its scripts.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ struct DatabaseOptions {
 };
 
 struct Options {
-  enum class Mode { run, check, help };
+  enum class Mode { run, check, serve, help };
 
   Mode mode = Mode::help;
   std::string agentPath;  // empty: the plug-in built or installed with warden
@@ -30,6 +30,7 @@ struct Options {
   bool pinsPartial = false;  // run: drive the pins that can be claimed, report the others
   DatabaseOptions database;
   std::vector<std::string> scripts;
+  std::string configPath;  // serve: the configuration file whose keys are these options
 };
 
 struct ParsedOptions {

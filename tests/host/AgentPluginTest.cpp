@@ -3,6 +3,7 @@
 #include <string>
 
 #include "host/run/AgentPlugin.h"
+#include "platform/warden/AgentAbi.h"
 
 namespace Host {
 namespace {
@@ -28,6 +29,12 @@ TEST(AgentPluginTest, RefusesWhatIsNotAnAgentPlugin) {
       {"/dev/null", "is not a regular file"},
       {TEST_SOURCE_DIR "/CMakeLists.txt", "cannot load agent plug-in"},
       {PLATFORM_LIBRARY, "has no agent factory (no symbol 'wardenAgentFactory')"},
+      {OTHER_FRAMEWORK_PLUGIN,
+       "was built against framework 0.0.1-other, but warden runs "
+       "framework " WARDEN_FRAMEWORK_VERSION},
+      {UNVERSIONED_PLUGIN,
+       "does not say which framework it was built against (no symbol "
+       "'wardenAgentAbi'); rebuild it against framework " WARDEN_FRAMEWORK_VERSION},
   };
   for (Case const& c : cases) {
     std::string const error = openError(c.path);

@@ -45,6 +45,8 @@ TEST(OptionsTest, RefusesWhatItDoesNotUnderstand) {
       {{"walk"}, "unknown command 'walk'"},
       {{"check"}, "check needs at least one script"},
       {{"run", "a", "b"}, "run takes at most one script"},
+      {{"serve", "a.warden"}, "serve takes no script"},
+      {{"serve", "--config"}, "--config needs a value"},
       {{"run", "--agent"}, "--agent needs a value"},
       {{"run", "--cell", "x"}, "--cell needs a whole number"},
       {{"run", "--cell", "-1"}, "--cell needs a whole number"},

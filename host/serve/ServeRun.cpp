@@ -1,0 +1,257 @@
+#include "host/serve/ServeRun.h"
+
+#include <chrono>
+#include <csignal>
+#include <cstdlib>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <thread>
+
+#include "host/drive/DriverReport.h"
+#include "host/drive/PinDriver.h"
+#include "host/live/SignalWatch.h"
+#include "host/run/AgentProfile.h"
+#include "host/run/RunSetup.h"
+#include "host/run/Session.h"
+#include "host/serve/PeriodicTimer.h"
+#include "host/serve/Readiness.h"
+#include "host/serve/ServeConfig.h"
+#include "host/serve/ServiceLog.h"
+#include "host/serve/SystemdNotifier.h"
+
+namespace Host {
+
+namespace {
+
+// How often the STATUS= line is brought up to date.
+constexpr double kStatusInterval = 5.0;
+
+// Readiness conditions: the agent's mounts, and with a pin map the pins claimed. A database that
+// resynchronises adds its first resync beside them.
+constexpr char kMountsCondition[] = "mounts";
+constexpr char kPinsCondition[] = "pins";
+
+// Test-only: with this set to N seconds, SIGUSR1 blocks the activity loop for N seconds, so
+// that a test can see the watchdog pings stop while the loop is stuck.
+constexpr char kStallVariable[] = "WARDEN_TEST_STALL_SECONDS";
+
+double stallSeconds() {
+  char const* text = std::getenv(kStallVariable);
+  return text ? std::atof(text) : 0.0;
+}
+
+char const* signalName(int signal) {
+  switch (signal) {
+    case SIGTERM:
+      return "SIGTERM";
+    case SIGINT:
+      return "SIGINT";
+    case SIGHUP:
+      return "SIGHUP";
+    default:
+      return "a signal";
+  }
+}
+
+class ServeRun {
+ public:
+  ServeRun(std::vector<std::string> commandLine, Options options, ServiceLog& log)
+      : commandLine_(std::move(commandLine)),
+        options_(std::move(options)),
+        log_(log),
+        setup_(options_, log_.traceStream()),
+        readiness_([this] { becomeReady(); }) {
+    if (!options_.configPath.empty()) {
+      restartOnlyConfig_ = restartOnlyArguments(readConfig(options_.configPath));
+    }
+  }
+
+  ~ServeRun() {
+    statusTimer_.reset();
+    watchdog_.reset();
+    signals_.reset();
+    driver_.reset();
+    session_.reset();  // the agent's last records still reach the host's sink
+  }
+
+  int run() {
+    if (!setup_.hasPlugin()) {
+      log_.error(setup_.loadError());
+      return 1;
+    }
+    setup_.traceLevelsIs(0);
+    session_.emplace(Zel::ActivityManager::TimeSource::monotonic,
+                     [this](std::string const& text) { log_.error("the agent raised: " + text); });
+    setup_.traces().epochIs(session_->startTime());
+    watchSignals();
+    log_.notice("serving agent '" + options_.agentName + "' from " + setup_.plugin().path() +
+                " on cell " + std::to_string(options_.cell) + ", database " + databaseState());
+    if (!startDriver() || !startAgent()) return 1;
+    readiness_.waitingDone();
+    startTimers();
+    session_->loop().run();
+    if (driver_) driver_->stop();
+    log_.notice("stopped");
+    return 0;
+  }
+
+ private:
+  void watchSignals() {
+    auto handler = [this](int signal) { onSignal(signal); };
+    Zel::ActivityManager& loop = session_->loop();
+    if (stallSeconds() > 0) {
+      signals_ = std::make_unique<SignalWatch>(
+          loop, handler, std::initializer_list<int>{SIGINT, SIGTERM, SIGHUP, SIGUSR1});
+    } else {
+      signals_ = std::make_unique<SignalWatch>(loop, handler,
+                                               std::initializer_list<int>{SIGINT, SIGTERM, SIGHUP});
+    }
+  }
+
+  bool startAgent() {
+    readiness_.conditionIs(kMountsCondition);
+    try {
+      session_->startAgent(setup_.agentFactory(), options_.agentName);
+    } catch (std::exception const& error) {
+      log_.error("the agent could not be created: " + std::string(error.what()));
+      return false;
+    }
+    if (session_->agent()->mountStatus() != Statedb::mountSuccess_) {
+      log_.error("the agent's mounts failed");
+      return false;
+    }
+    readiness_.conditionMet(kMountsCondition);
+    return true;
+  }
+
+  // The pins are claimed before the agent starts, so that nothing is lit when a pin that the
+  // map names cannot be driven (unless pins-partial lets the rest go on).
+  bool startDriver() {
+    if (options_.pinMap.empty()) return true;
+    readiness_.conditionIs(kPinsCondition);
+    try {
+      Drive::DriverOptions driverOptions;
+      driverOptions.partial = options_.pinsPartial;
+      driver_ = std::make_unique<Drive::PinDriver>(
+          Drive::loadPinMap(options_.pinMap), session_->pins(), session_->loop(),
+          [this](std::string const& line) { log_.warning(line); }, driverOptions);
+    } catch (Drive::PinMapError const& error) {
+      log_.error(error.what());
+      return false;
+    } catch (Drive::DriveError const& error) {
+      log_.error("pins that cannot be driven (pins-partial drives the rest): " +
+                 std::string(error.what()));
+      return false;
+    }
+    readiness_.conditionMet(kPinsCondition);
+    return true;
+  }
+
+  void becomeReady() {
+    log_.info("ready");
+    updateStatus();
+    notifier_.ready();
+  }
+
+  void startTimers() {
+    if (std::optional<double> const interval = SystemdNotifier::watchdogPingInterval()) {
+      watchdog_.emplace(session_->loop(), *interval, [this] { notifier_.watchdog(); });
+    }
+    statusTimer_.emplace(session_->loop(), kStatusInterval, [this] {
+      updateStatus();
+      // Nothing in a service reads the agent's records back: they are printed, not kept.
+      setup_.traces().forgetBefore(setup_.traces().end());
+    });
+  }
+
+  void updateStatus() {
+    std::size_t const leds = session_->mappings().gpioLeds().size();
+    Zel::Dir const& pins = session_->pins();
+    // The pin directory also holds the agent's per-LED output directory.
+    std::size_t const pinCount = pins.entryCount() - (pins.entries().contains("ledSystem") ? 1 : 0);
+    std::string const driven = driver_ ? "; " + Drive::driverSummary(*driver_) : "";
+    notifier_.status(std::to_string(leds) + " LEDs mapped, " + std::to_string(pinCount) + " pins" +
+                     driven + "; database " + databaseState());
+  }
+
+  // The embedded database is always there; a remote one reports connected or lost here.
+  std::string databaseState() const { return "embedded"; }
+
+  void onSignal(int signal) {
+    if (signal == SIGHUP) {
+      reload();
+    } else if (signal == SIGUSR1) {
+      stall();
+    } else {
+      stop(signal);
+    }
+  }
+
+  // The loop ends; then the pin driver shows its stop pattern and the process exits cleanly.
+  void stop(int signal) {
+    notifier_.stopping();
+    log_.notice(std::string("stopping on ") + signalName(signal));
+    session_->loop().stop();
+  }
+
+  // Only the trace levels change in a running agent: the plug-in, the agent's name, its cell,
+  // its database and its pins are what the agent was started with, and a restart applies them.
+  void reload() {
+    if (options_.configPath.empty()) {
+      log_.warning("SIGHUP: no configuration file to reload (started without --config)");
+      return;
+    }
+    ConfigRead const read = readConfig(options_.configPath);
+    ParsedOptions const reloaded =
+        read.error.empty() ? loadServeOptions(commandLine_) : ParsedOptions{{}, read.error};
+    if (!reloaded.error.empty()) {
+      log_.error("SIGHUP: " + reloaded.error + "; the running configuration stays");
+      return;
+    }
+    TraceCollector& traces = setup_.traces();
+    traces.reset();
+    for (auto const& [facility, levels] : reloaded.options.traces) {
+      traces.printedLevelsIs(facility, levels);
+    }
+    log_.info("SIGHUP: trace levels reloaded from " + options_.configPath);
+    if (restartOnlyArguments(read) != restartOnlyConfig_) {
+      log_.warning("SIGHUP: options other than trace changed in " + options_.configPath +
+                   "; they take effect at the next restart");
+    }
+  }
+
+  void stall() {
+    double const seconds = stallSeconds();
+    log_.warning("stalling the activity loop for " + std::to_string(seconds) + " s (" +
+                 kStallVariable + ")");
+    std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
+  }
+
+  std::vector<std::string> commandLine_;
+  Options options_;
+  ServiceLog& log_;
+  RunSetup setup_;
+  SystemdNotifier notifier_;
+  Readiness readiness_;
+  std::vector<std::string> restartOnlyConfig_;
+  std::optional<Session> session_;
+  std::unique_ptr<Drive::PinDriver> driver_;
+  std::unique_ptr<SignalWatch> signals_;
+  std::optional<PeriodicTimer> watchdog_;
+  std::optional<PeriodicTimer> statusTimer_;
+};
+
+}  // namespace
+
+int runServe(std::vector<std::string> const& commandLine) {
+  ServiceLog log(std::cerr, standardErrorIsJournal());
+  ParsedOptions const parsed = loadServeOptions(commandLine);
+  if (!parsed.error.empty()) {
+    log.error(parsed.error);
+    return 2;
+  }
+  return ServeRun(commandLine, parsed.options, log).run();
+}
+
+}  // namespace Host
