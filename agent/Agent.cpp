@@ -4,6 +4,7 @@
 #include "platform/zel/Assert.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
+#include "platform/zel/ValidPtr.h"
 #include "trace/Trace.h"
 
 namespace Pinlamp {
@@ -55,7 +56,7 @@ Agent::~Agent() {
 void Agent::doInit() {
   PINLAMP_TRACE(3, kDoInitTraceLine, "doInit", "doInit");
   Zel::Ptr<Statedb::Mounter> self(this);
-  Zel::Ptr<Statedb::MountGroup> group = entityManager()->getMountGroup(self);
+  Zel::Ptr<Statedb::MountGroup> group = Zel::validPtr(entityManager()).getMountGroup(self);
   for (MountRequest const& mount : kMounts) {
     group->doMount(Statedb::Mount(mount.path, mount.typeName, mount.mode));
   }
@@ -72,12 +73,12 @@ void Agent::doMountsComplete(Statedb::MountStatus status,
         "virtual void Pinlamp::Agent::doMountsComplete(Statedb::MountStatus, const "
         "Ptr&)");
   }
-  gpioLedSystemConfigDir_ = Zel::ptrCast<GpioLedSystemConfigDir const>(
-      entityManager->getEntity("hardware/gpio/config/led"));
+  Statedb::EntityManager const& entities = Zel::validPtr(entityManager);
+  gpioLedSystemConfigDir_ =
+      Zel::ptrCast<GpioLedSystemConfigDir const>(entities.getEntity("hardware/gpio/config/led"));
   hwLedConfigDir_ =
-      Zel::ptrCast<LedSystemConfigDir const>(entityManager->getEntity("hardware/led/config"));
-  gpioPinConfigDir_ =
-      Zel::ptrCast<Zel::Dir>(entityManager->getEntity("hardware/corvel/gpio/config"));
+      Zel::ptrCast<LedSystemConfigDir const>(entities.getEntity("hardware/led/config"));
+  gpioPinConfigDir_ = Zel::ptrCast<Zel::Dir>(entities.getEntity("hardware/corvel/gpio/config"));
   configReactorIs(gpioLedSystemConfigDir_, hwLedConfigDir_, gpioPinConfigDir_);
 }
 

@@ -125,9 +125,6 @@ void runScript(Host::Script const& script) {
 
 int runScriptBytes(std::uint8_t const* data, std::size_t size) {
   Cell::cellIdIs(1);
-  // The previous input's activity loop stays until the next one replaces it; making one now
-  // keeps the very first input's count of loop objects level with every later one's.
-  Zel::activityManager();
   AllocationBalance const balance;
   std::istringstream in(std::string(reinterpret_cast<char const*>(data), size));
   runScript(Host::parseScript(kInputName, in));

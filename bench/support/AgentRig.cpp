@@ -34,7 +34,7 @@ Led::LightSetting dark() {
 }
 
 AgentRig::AgentRig(Zel::ActivityManager::TimeSource source)
-    : loop_(Zel::activityManagerIs(source)),
+    : loop_(source),
       database_(Statedb::Database::databaseIs()),
       entityManager_(Statedb::EntityManager::entityManagerIs(database_)) {
   mappings_ = Zel::ptrCast<Hardware::Gpio::GpioLedSystemConfigDir>(

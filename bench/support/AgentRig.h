@@ -13,7 +13,7 @@
 #include "platform/model/LedSystemConfigDir.h"
 #include "platform/statedb/Database.h"
 #include "platform/statedb/EntityManager.h"
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Dir.h"
 
 namespace PinlampBench {
@@ -63,7 +63,7 @@ class AgentRig {
   long pinValue(std::size_t index, char colour) const;
 
  private:
-  Zel::ActivityManager* loop_;
+  Zel::ActivityManagerScope loop_;
   Ptr<Statedb::Database> database_;
   Ptr<Statedb::EntityManager> entityManager_;
   Ptr<Hardware::Gpio::GpioLedSystemConfigDir> mappings_;

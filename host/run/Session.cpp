@@ -10,9 +10,6 @@ namespace Host {
 
 namespace {
 
-// The session that made the process's current loop.
-Session const* latestSession = nullptr;
-
 template <class T>
 Zel::Ptr<T> publishedDirectory(Statedb::Database& database, char const* path,
                                char const* typeName) {
@@ -34,10 +31,7 @@ std::string exceptionText(std::exception_ptr error) {
 }
 
 Session::Session(Zel::ActivityManager::TimeSource timeSource, RaisedHandler onRaised)
-    : onRaised_(std::move(onRaised)),
-      loop_(Zel::activityManagerIs(timeSource)),
-      startTime_(loop_->currentTime()) {
-  latestSession = this;
+    : onRaised_(std::move(onRaised)), loop_(timeSource), startTime_(loop_->currentTime()) {
   loop_->exceptionHandlerIs([this](std::exception_ptr error) { report(std::move(error)); });
   database_ = Statedb::Database::databaseIs();
   // The host plays the agents that publish the inputs, so the input directories exist before
@@ -64,12 +58,9 @@ std::vector<Zel::Ptr<Warden::CAgent>>& parkedAgents() {
 
 Session::~Session() {
   if (agent_) parkedAgents().push_back(std::move(agent_));
-  // A later session replaces the process's loop; this one's loop is then gone with it.
-  bool const loopIsOurs = latestSession == this;
-  if (loopIsOurs) latestSession = nullptr;
-  if (loopIsOurs) guarded([this] { loop_->runPending(); });
+  guarded([this] { loop_->runPending(); });
   entityManager_ = nullptr;
-  if (loopIsOurs) loop_->exceptionHandlerIs(nullptr);
+  loop_->exceptionHandlerIs(nullptr);
 }
 
 void Session::agentDel() {

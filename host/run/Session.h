@@ -14,7 +14,7 @@
 #include "platform/statedb/Database.h"
 #include "platform/statedb/EntityManager.h"
 #include "platform/warden/CAgent.h"
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Dir.h"
 
 namespace Host {
@@ -58,7 +58,7 @@ class Session {
   void report(std::exception_ptr error);
 
   RaisedHandler onRaised_;
-  Zel::ActivityManager* loop_;
+  Zel::ActivityManagerScope loop_;
   double startTime_;
   Zel::Ptr<Statedb::Database> database_;
   Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir> mappings_;

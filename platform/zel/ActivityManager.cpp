@@ -9,17 +9,12 @@
 #include <cmath>
 #include <cstring>
 #include <ctime>
+#include <string>
 #include <system_error>
 
 namespace Zel {
 
 namespace {
-
-double monotonicNow() noexcept {
-  timespec ts;
-  clock_gettime(CLOCK_MONOTONIC, &ts);
-  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
-}
 
 timespec toTimespec(double seconds) noexcept {
   timespec ts;
@@ -33,9 +28,18 @@ timespec toTimespec(double seconds) noexcept {
   return ts;
 }
 
-std::unique_ptr<ActivityManager>& processManager() {
-  static std::unique_ptr<ActivityManager> manager;
-  return manager;
+// A failed system call of the loop: the loop cannot go on, so the caller learns which call on
+// which descriptor failed and why.
+[[noreturn]] void throwSystemError(char const* call, int fd) {
+  int const error = errno;
+  std::string what = "activity loop: ";
+  what += call;
+  if (fd >= 0) {
+    what += " (fd ";
+    what += std::to_string(fd);
+    what += ')';
+  }
+  throw std::system_error(error, std::generic_category(), what);
 }
 
 }  // namespace
@@ -49,7 +53,7 @@ ActivityManager::~ActivityManager() {
 }
 
 double ActivityManager::currentTime() const noexcept {
-  return source_ == TimeSource::virtualTime ? virtualNow_ : monotonicNow();
+  return source_ == TimeSource::virtualTime ? virtualNow_ : System::monotonicTime();
 }
 
 void ActivityManager::notificationIs(Ptr<Entity const> notifier, AttributeId attribute,
@@ -174,7 +178,7 @@ void ActivityManager::advance(double seconds) {
 }
 
 void ActivityManager::runFor(double seconds) {
-  runLive(monotonicNow() + seconds);
+  runLive(System::monotonicTime() + seconds);
 }
 
 void ActivityManager::run() {
@@ -202,25 +206,41 @@ void ActivityManager::runLive(double until) {
   runPending();
 }
 
-void ActivityManager::waitForWork(double until) {
-  if (epollFd_ < 0) {
-    epollFd_ = ::epoll_create1(EPOLL_CLOEXEC);
-    timerFd_ = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
-    if (epollFd_ < 0 || timerFd_ < 0) {
-      throw std::system_error(errno, std::generic_category(), "activity loop set-up");
-    }
-    // Edge-triggered: re-arming the timer clears its expiry count, so it is never read.
-    epoll_event ev{};
-    ev.events = EPOLLIN | EPOLLET;
-    ev.data.fd = timerFd_;
-    ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, timerFd_, &ev);
-    for (auto const& [fd, handler] : fdHandlers_) {
-      epoll_event fdEvent{};
-      fdEvent.events = EPOLLIN;
-      fdEvent.data.fd = fd;
-      ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, fd, &fdEvent);
-    }
+void ActivityManager::makePoller() {
+  if (epollFd_ >= 0) return;
+  int const epollFd = ::epoll_create1(EPOLL_CLOEXEC);
+  if (epollFd < 0) throwSystemError("epoll_create1", -1);
+  int const timerFd = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC | TFD_NONBLOCK);
+  if (timerFd < 0) {
+    int const error = errno;
+    ::close(epollFd);
+    errno = error;
+    throwSystemError("timerfd_create", -1);
   }
+  // Edge-triggered: re-arming the timer clears its expiry count, so it is never read.
+  epoll_event ev{};
+  ev.events = EPOLLIN | EPOLLET;
+  ev.data.fd = timerFd;
+  if (::epoll_ctl(epollFd, EPOLL_CTL_ADD, timerFd, &ev) != 0) {
+    int const error = errno;
+    ::close(timerFd);
+    ::close(epollFd);
+    errno = error;
+    throwSystemError("epoll_ctl ADD", timerFd);
+  }
+  epollFd_ = epollFd;
+  timerFd_ = timerFd;
+}
+
+void ActivityManager::watchAdd(int fd) {
+  epoll_event ev{};
+  ev.events = EPOLLIN;
+  ev.data.fd = fd;
+  if (::epoll_ctl(epollFd_, EPOLL_CTL_ADD, fd, &ev) != 0) throwSystemError("epoll_ctl ADD", fd);
+}
+
+void ActivityManager::waitForWork(double until) {
+  makePoller();
   if (hasPending()) return;
   // Spaced from the previous run rather than on a fixed grid: a reactor that re-arms from the
   // time it ran would land just after a grid point and wait almost a whole span every time.
@@ -232,10 +252,17 @@ void ActivityManager::waitForWork(double until) {
     timer.it_value = toTimespec(wake);
     if (timer.it_value.tv_sec == 0 && timer.it_value.tv_nsec == 0) timer.it_value.tv_nsec = 1;
   }
-  ::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &timer, nullptr);
+  if (::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &timer, nullptr) != 0) {
+    throwSystemError("timerfd_settime", timerFd_);
+  }
   epoll_event events[16];
-  int n = ::epoll_wait(epollFd_, events, 16, -1);
+  int const n = ::epoll_wait(epollFd_, events, 16, -1);
   ++wakes_;
+  if (n < 0) {
+    // A signal cut the wait short: the caller's loop looks at the time and the stop flag again.
+    if (errno == EINTR) return;
+    throwSystemError("epoll_wait", epollFd_);
+  }
   for (int i = 0; i < n; ++i) {
     int fd = events[i].data.fd;
     if (fd == timerFd_) continue;
@@ -251,35 +278,30 @@ void ActivityManager::waitForWork(double until) {
 }
 
 void ActivityManager::fdReadableIs(int fd, std::function<void()> onReadable) {
-  bool const known = fdHandlers_.count(fd) != 0;
+  auto const known = fdHandlers_.find(fd);
   if (!onReadable) {
-    if (known && epollFd_ >= 0) ::epoll_ctl(epollFd_, EPOLL_CTL_DEL, fd, nullptr);
-    fdHandlers_.erase(fd);
+    if (known == fdHandlers_.end()) return;
+    fdHandlers_.erase(known);
+    // A descriptor closed before its watch is removed has already left the poller by itself.
+    if (::epoll_ctl(epollFd_, EPOLL_CTL_DEL, fd, nullptr) != 0 && errno != EBADF &&
+        errno != ENOENT) {
+      throwSystemError("epoll_ctl DEL", fd);
+    }
     return;
   }
-  fdHandlers_[fd] = std::move(onReadable);
-  if (!known && epollFd_ >= 0) {
-    epoll_event ev{};
-    ev.events = EPOLLIN;
-    ev.data.fd = fd;
-    ::epoll_ctl(epollFd_, EPOLL_CTL_ADD, fd, &ev);
+  if (known != fdHandlers_.end()) {
+    known->second = std::move(onReadable);
+    return;
   }
+  makePoller();
+  watchAdd(fd);
+  fdHandlers_.emplace(fd, std::move(onReadable));
 }
 
-ActivityManager* activityManager() {
-  auto& manager = processManager();
-  if (!manager) manager = std::make_unique<ActivityManager>(ActivityManager::TimeSource::monotonic);
-  return manager.get();
-}
-
-ActivityManager* activityManagerIs(ActivityManager::TimeSource source, double startTime) {
-  auto& manager = processManager();
-  manager = std::make_unique<ActivityManager>(source, startTime);
-  return manager.get();
-}
-
-double System::currentTime() noexcept {
-  return activityManager()->currentTime();
+double System::monotonicTime() noexcept {
+  timespec ts;
+  clock_gettime(CLOCK_MONOTONIC, &ts);
+  return static_cast<double>(ts.tv_sec) + static_cast<double>(ts.tv_nsec) * 1e-9;
 }
 
 }  // namespace Zel

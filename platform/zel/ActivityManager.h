@@ -62,6 +62,8 @@ class ActivityManager {
   void stop() noexcept { stopRequested_ = true; }
 
   // Live: calls `onReadable` from the loop whenever `fd` can be read; null removes the watch.
+  // A descriptor the system cannot watch (a regular file, a closed one) raises std::system_error
+  // at once and is not watched.
   void fdReadableIs(int fd, std::function<void()> onReadable);
 
   // The live loop runs expiries at most once per this span (default 1 ms): an expiry that falls
@@ -99,6 +101,8 @@ class ActivityManager {
   void restorePostponed();
   void report(std::exception_ptr error);
   void runLive(double until);
+  void makePoller();
+  void watchAdd(int fd);
   void waitForWork(double until);
 
   TimeSource source_;
@@ -119,15 +123,18 @@ class ActivityManager {
   std::unordered_map<int, std::function<void()>> fdHandlers_;
 };
 
-// The process's activity manager; made on first use, with the monotonic time source.
+// The process's activity loop: the one installed by the innermost live ActivityManagerScope;
+// when no scope is live, a monotonic loop made on first use that lasts until the process exits.
 ActivityManager* activityManager();
-// Replaces the process's activity manager with a new one (tests and simulations start each run
-// on a fresh virtual clock this way). Returns the new manager.
-ActivityManager* activityManagerIs(ActivityManager::TimeSource source, double startTime = 0.0);
+// The same loop, but null rather than a new one when none exists yet.
+ActivityManager* installedActivityManager() noexcept;
 
 namespace System {
-// The current time of the process's activity manager, in seconds.
+// The current time of the process's activity loop, in seconds. Asking makes no loop: with none
+// yet, it is the monotonic clock, which is what the loop made on first use would report.
 double currentTime() noexcept;
+// The monotonic clock, in seconds: a live loop's time source.
+double monotonicTime() noexcept;
 }  // namespace System
 
 }  // namespace Zel

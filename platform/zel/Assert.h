@@ -9,3 +9,13 @@ namespace Zel {
                                   char const* function) noexcept;
 
 }  // namespace Zel
+
+// The framework's own invariants: checked while NDEBUG is unset, gone from release builds, where
+// they would cost on every pointer copy or map operation.
+#ifdef NDEBUG
+#define ZEL_DEBUG_ASSERT(condition) static_cast<void>(0)
+#else
+#define ZEL_DEBUG_ASSERT(condition)   \
+  ((condition) ? static_cast<void>(0) \
+               : ::Zel::assertionFailed(#condition, __FILE__, __LINE__, __func__))
+#endif

@@ -4,6 +4,7 @@
 #include <ostream>
 
 #include "platform/zel/ActivityManager.h"
+#include "platform/zel/Assert.h"
 #include "platform/zel/Notifiee.h"
 #include "platform/zel/TypeNode.h"
 
@@ -21,6 +22,10 @@ struct Entity::NotifieeList {
 };
 
 Entity::~Entity() {
+  // Every registered reactor holds a reference to its notifier, and a delivery holds one to the
+  // entity it delivers for; dying with either means a count went wrong somewhere else.
+  ZEL_DEBUG_ASSERT(notifieeCount() == 0);
+  ZEL_DEBUG_ASSERT(!notifiees_ || notifiees_->delivering == 0);
   delete notifiees_;
 }
 
@@ -77,7 +82,11 @@ void Entity::notifieeDel(NotifieeConstBase* reactor) const noexcept {
 }
 
 void Entity::deliver(AttributeId attribute, Name const* key) const {
-  if (!notifiees_) return;
+  if (!hasNotifiees()) return;
+  // An immediate notification may reach this entity through a plain pointer while its reactors
+  // hold the only references; a handler that detaches the last of them would free the entity,
+  // and its reactor list, under this loop.
+  Ptr<Entity const> const self(this);
   NotifieeList& list = *notifiees_;
   struct Depth {
     NotifieeList& list;

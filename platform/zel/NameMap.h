@@ -2,17 +2,26 @@
 //
 // Members live in a slot array; a key index (open addressing, linear probing) is built only once
 // the map outgrows a handful of members, so the many small maps of the model (an LED's pins of
-// one colour) cost little memory while large ones (every LED) stay O(1). Removing a member frees
-// its slot for reuse but never moves another member, which is what lets a walk go on while
-// members are removed under it: the iterator is an index into the slot array and simply skips
-// slots that went stale. Members added during a walk may or may not be visited.
+// one colour) cost little memory while large ones (every LED) stay O(1).
+//
+// Walks. An iterator is an index into the slot array, so what a walk sees depends only on
+// whether members move between slots:
+// - take, erase and clear never move a member: a walk goes on past members removed under it,
+//   skipping their stale slots, and visits every other member once;
+// - insert never moves a member either; a member added during a walk may or may not be visited;
+// - only giving back slot space moves members, and the map does that only while no iterator
+//   exists (it waits for the next removal after the last walk ends);
+// - destroying the map ends every walk, which must not go on.
+// So an iterator kept alive keeps a shrunken map at its largest size; walk, then let go.
 #pragma once
 
 #include <cstdint>
+#include <iterator>
 #include <memory>
 #include <utility>
 #include <vector>
 
+#include "platform/zel/Assert.h"
 #include "platform/zel/Name.h"
 
 namespace Zel {
@@ -31,9 +40,23 @@ class NameMap {
     V value;
   };
 
+  // While any iterator exists the map keeps every member in its slot (see the walk rules above).
   class Iterator {
    public:
-    Iterator(NameMap const* map, std::uint32_t slot) : map_(map), slot_(slot) { skipStale(); }
+    Iterator(NameMap const* map, std::uint32_t slot) : map_(map), slot_(slot) {
+      ++map_->walks_;
+      skipStale();
+    }
+    Iterator(Iterator const& other) : map_(other.map_), slot_(other.slot_) { ++map_->walks_; }
+    Iterator& operator=(Iterator const& other) {
+      ++other.map_->walks_;
+      --map_->walks_;
+      map_ = other.map_;
+      slot_ = other.slot_;
+      return *this;
+    }
+    ~Iterator() { --map_->walks_; }
+
     Member operator*() const {
       Slot const& s = map_->slots_[slot_];
       return Member{s.key, s.value};
@@ -59,9 +82,12 @@ class NameMap {
   NameMap() = default;
   NameMap(NameMap const&) = delete;
   NameMap& operator=(NameMap const&) = delete;
+  ~NameMap() { ZEL_DEBUG_ASSERT(walks_ == 0); }
 
   std::size_t size() const noexcept { return live_; }
   bool empty() const noexcept { return live_ == 0; }
+  // Slots held, live or free: what the map costs, as opposed to what it holds.
+  std::size_t slotCount() const noexcept { return slots_.size(); }
 
   V* find(Name const& key) {
     std::uint32_t slot = lookup(key);
@@ -82,6 +108,7 @@ class NameMap {
     s.live = true;
     ++live_;
     indexInsert(key, slot);
+    checkCounts();
     return V{};
   }
 
@@ -92,20 +119,15 @@ class NameMap {
       // One probe finds both the index entry and the slot.
       std::uint32_t const pos = findIndexPosition(key);
       if (pos == kNone) return V{};
-      slot = index_[pos] - 2;
+      slot = slotOf(index_[pos]);
       index_[pos] = kTomb;
       ++tombs_;
     } else {
       slot = lookup(key);
       if (slot == kNone) return V{};
     }
-    Slot& s = slots_[slot];
-    V value = std::move(s.value);
-    s.value = V{};
-    s.key = Name();
-    s.live = false;
-    free_.push_back(slot);
-    --live_;
+    V value = release(slot);
+    shrinkIfSparse();
     return value;
   }
   bool erase(Name const& key) {
@@ -114,21 +136,40 @@ class NameMap {
     return true;
   }
 
-  // Empties the map. Slots are kept (and marked stale) so that a walk in progress stays valid.
+  // Empties the map. A walk in progress stays valid and simply finds nothing more.
   void clear() {
-    for (std::uint32_t i = 0; i < slots_.size(); ++i) {
-      if (slots_[i].live) take(Name(slots_[i].key));
+    {
+      // Dropping a value may re-enter the map; no member moves until every slot is released.
+      Iterator const hold(this, static_cast<std::uint32_t>(slots_.size()));
+      for (std::uint32_t i = 0; i < slots_.size(); ++i) {
+        if (slots_[i].live) take(Name(slots_[i].key));
+      }
     }
+    shrinkIfSparse();
   }
 
   Iterator begin() const { return Iterator(this, 0); }
   std::default_sentinel_t end() const { return {}; }
 
  private:
-  static constexpr std::uint32_t kNone = ~0u;
+  // Index entries: 0 and 1 mark an empty position and a removed key's tombstone (which keeps a
+  // probe sequence going); any other entry e names the member in slot e - kFirstSlotEntry.
   static constexpr std::uint32_t kEmpty = 0;
   static constexpr std::uint32_t kTomb = 1;
+  static constexpr std::uint32_t kFirstSlotEntry = 2;
+  static constexpr std::uint32_t kNone = ~0u;
+  // Up to this many slots a scan beats hashing, and no index is kept.
   static constexpr std::uint32_t kLinearLimit = 8;
+  // Slot space is given back once at most a quarter of it is live: after compaction the map
+  // must lose three quarters of its members before it compacts again, so a map that hovers
+  // around one size never pays for it twice in a row.
+  static constexpr std::uint32_t kShrinkFactor = 4;
+
+  static std::uint32_t entryOf(std::uint32_t slot) noexcept { return slot + kFirstSlotEntry; }
+  static std::uint32_t slotOf(std::uint32_t entry) noexcept {
+    ZEL_DEBUG_ASSERT(entry >= kFirstSlotEntry);
+    return entry - kFirstSlotEntry;
+  }
 
   std::uint32_t lookup(Name const& key) const {
     if (!index_) {
@@ -138,7 +179,7 @@ class NameMap {
       return kNone;
     }
     std::uint32_t const pos = findIndexPosition(key);
-    return pos == kNone ? kNone : index_[pos] - 2;
+    return pos == kNone ? kNone : slotOf(index_[pos]);
   }
 
   std::uint32_t findIndexPosition(Name const& key) const {
@@ -146,7 +187,7 @@ class NameMap {
     for (std::uint32_t pos = key.hash() & mask;; pos = (pos + 1) & mask) {
       std::uint32_t entry = index_[pos];
       if (entry == kEmpty) return kNone;
-      if (entry != kTomb && slots_[entry - 2].key == key) return pos;
+      if (entry != kTomb && slots_[slotOf(entry)].key == key) return pos;
     }
   }
 
@@ -154,10 +195,25 @@ class NameMap {
     if (!free_.empty()) {
       std::uint32_t slot = free_.back();
       free_.pop_back();
+      ZEL_DEBUG_ASSERT(!slots_[slot].live);
       return slot;
     }
     slots_.emplace_back();
     return static_cast<std::uint32_t>(slots_.size() - 1);
+  }
+
+  // Marks the slot free and hands back its value; the key index is the caller's.
+  V release(std::uint32_t slot) {
+    Slot& s = slots_[slot];
+    ZEL_DEBUG_ASSERT(s.live);
+    V value = std::move(s.value);
+    s.value = V{};
+    s.key = Name();
+    s.live = false;
+    free_.push_back(slot);
+    --live_;
+    checkCounts();
+    return value;
   }
 
   void indexInsert(Name const& key, std::uint32_t slot) {
@@ -174,7 +230,7 @@ class NameMap {
     std::uint32_t pos = key.hash() & mask;
     while (index_[pos] != kEmpty && index_[pos] != kTomb) pos = (pos + 1) & mask;
     if (index_[pos] == kTomb) --tombs_;
-    index_[pos] = slot + 2;
+    index_[pos] = entryOf(slot);
   }
 
   void rebuildIndex() {
@@ -188,8 +244,62 @@ class NameMap {
       if (!slots_[i].live) continue;
       std::uint32_t pos = slots_[i].key.hash() & mask;
       while (index_[pos] != kEmpty) pos = (pos + 1) & mask;
-      index_[pos] = i + 2;
+      index_[pos] = entryOf(i);
     }
+    checkStructure();
+  }
+
+  // Moves the live members to the front of fresh, tight storage, rebuilding (or dropping) the
+  // key index to match. Runs in time proportional to the slots, paid for by the removals that
+  // emptied them.
+  void shrinkIfSparse() {
+    if (walks_ != 0 || slots_.size() <= kLinearLimit) return;
+    if (live_ * kShrinkFactor > slots_.size()) return;
+    std::vector<Slot> kept;
+    kept.reserve(live_);
+    for (Slot& s : slots_) {
+      if (s.live) kept.push_back(std::move(s));
+    }
+    slots_.swap(kept);
+    std::vector<std::uint32_t>().swap(free_);
+    if (slots_.size() <= kLinearLimit) {
+      index_.reset();
+      indexCapacity_ = 0;
+      tombs_ = 0;
+      checkStructure();
+    } else {
+      rebuildIndex();
+    }
+  }
+
+  // O(1) bookkeeping that every mutation keeps.
+  void checkCounts() const noexcept {
+    ZEL_DEBUG_ASSERT(live_ + free_.size() == slots_.size());
+    ZEL_DEBUG_ASSERT(!index_ || live_ + tombs_ < indexCapacity_);
+    ZEL_DEBUG_ASSERT(index_ || slots_.size() <= kLinearLimit);
+  }
+
+  // The full picture, checked only where the map already does work proportional to its size.
+  void checkStructure() const {
+#ifndef NDEBUG
+    checkCounts();
+    std::uint32_t live = 0;
+    for (Slot const& s : slots_) live += s.live ? 1 : 0;
+    ZEL_DEBUG_ASSERT(live == live_);
+    if (!index_) return;
+    std::uint32_t members = 0;
+    std::uint32_t tombs = 0;
+    for (std::uint32_t pos = 0; pos < indexCapacity_; ++pos) {
+      std::uint32_t const entry = index_[pos];
+      if (entry == kTomb) ++tombs;
+      if (entry < kFirstSlotEntry) continue;
+      ++members;
+      ZEL_DEBUG_ASSERT(slots_[slotOf(entry)].live);
+      ZEL_DEBUG_ASSERT(findIndexPosition(slots_[slotOf(entry)].key) == pos);
+    }
+    ZEL_DEBUG_ASSERT(members == live_);
+    ZEL_DEBUG_ASSERT(tombs == tombs_);
+#endif
   }
 
   std::vector<Slot> slots_;
@@ -198,6 +308,7 @@ class NameMap {
   std::uint32_t indexCapacity_ = 0;
   std::uint32_t live_ = 0;
   std::uint32_t tombs_ = 0;
+  mutable std::uint32_t walks_ = 0;  // iterators alive: members must stay in their slots
 };
 
 }  // namespace Zel

@@ -4,6 +4,7 @@
 #include <typeinfo>
 
 #include "platform/zel/AllocTrack.h"
+#include "platform/zel/Assert.h"
 #include "platform/zel/TypeNode.h"
 
 namespace Zel {
@@ -23,12 +24,19 @@ std::uint32_t PtrInterface::load() const noexcept {
   return word_;
 }
 
+// A count that wraps would free a live object (or never free a dead one) far from the fault;
+// debug builds stop at the faulty reference instead. The check reads the word the update
+// already produced, so it costs a compare.
 void PtrInterface::newRef() const noexcept {
+  std::uint32_t before;
   if (enableThreadSafePointers) {
-    atomicWord(word_).fetch_add(kOneReference, std::memory_order_relaxed);
+    before = atomicWord(word_).fetch_add(kOneReference, std::memory_order_relaxed);
   } else {
+    before = word_;
     word_ += kOneReference;
   }
+  ZEL_DEBUG_ASSERT((before >> kFlagBits) != kMaxReferences);
+  static_cast<void>(before);
 }
 
 void PtrInterface::deleteRef() const noexcept {
@@ -39,6 +47,7 @@ void PtrInterface::deleteRef() const noexcept {
     before = word_;
     word_ -= kOneReference;
   }
+  ZEL_DEBUG_ASSERT((before >> kFlagBits) != 0);
   if ((before >> kFlagBits) == 1) onZeroReferences();
 }
 

@@ -22,11 +22,13 @@ class PtrInterface {
   static constexpr unsigned kFlagBits = 4;
   static constexpr std::uint32_t kFlagMask = (1u << kFlagBits) - 1;
   static constexpr std::uint32_t kOneReference = 1u << kFlagBits;
+  static constexpr std::uint32_t kMaxReferences = ~0u >> kFlagBits;
 
   PtrInterface() noexcept = default;
   PtrInterface(PtrInterface const&) = delete;
   PtrInterface& operator=(PtrInterface const&) = delete;
 
+  // Debug builds stop the process on a count that would overflow or go below zero.
   void newRef() const noexcept;
   void deleteRef() const noexcept;
   std::uint32_t references() const noexcept { return load() >> kFlagBits; }

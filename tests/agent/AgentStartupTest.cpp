@@ -8,6 +8,7 @@
 
 #include "platform/zel/AllocTrack.h"
 #include "platform/zel/Allocate.h"
+#include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
 #include "tests/support/AgentHarness.h"
 
@@ -128,6 +129,26 @@ TEST(AgentStartupDeathTest, AFailedMountStopsTheProcessWithTheAssertion) {
   }
 }
 
+// The text of the range error that `action` raises; empty when it raises none.
+template <class Action>
+std::string rangeErrorOf(Action action) {
+  try {
+    action();
+  } catch (Zel::RangeException const& error) {
+    return error.what();
+  }
+  return "";
+}
+
+TEST(AgentStartupTest, StartingWithoutAnEntityManagerIsARangeErrorNotACrash) {
+  AgentHarness harness(notStarted());
+  Pinlamp::Agent& agent = *harness.agent();
+  EXPECT_EQ(rangeErrorOf([&] { agent.doInit(); }), "null ValidPtr");
+  EXPECT_EQ(rangeErrorOf([&] { agent.doMountsComplete(Statedb::mountSuccess_, nullptr); }),
+            "null ValidPtr");
+  EXPECT_EQ(agent.configReactor(), nullptr);
+}
+
 TEST(AgentReactorSlotTest, TheSameThreeValuesKeepTheReactor) {
   AgentHarness harness;
   Pinlamp::Agent& agent = *harness.agent();
@@ -198,6 +219,31 @@ TEST(AgentReactorSlotTest, DestroyingTheAgentSilencesTheReactorBeforeLettingGo) 
   harness.destroyAgent();
   EXPECT_FALSE(held->hasNotificationActive());
   EXPECT_EQ(held->references(), 1u);
+}
+
+// Every reactor the removed one owns is silent: the two directory reactors, the mapping
+// reactor and the state machine of Led1.
+TEST(AgentReactorSlotTest, AReactorHeldAfterConfigReactorDelReactsToNothing) {
+  AgentHarness harness;
+  harness.publishMapping("Led1", {{"pY"}, {"pG"}, {"pR"}, {"pO"}});
+  harness.setLed("Led1", setting("g"));
+  harness.runPending();
+  Zel::Ptr<Pinlamp::ConfigReactor> const removed = harness.agent()->configReactorDel();
+  harness.clearTraces();
+
+  harness.publishMapping("Led2", {.red = {"q"}});
+  harness.setLed("Led2", setting("r"));
+  harness.setLed("Led1", setting("y"));
+  harness.mappingReadyIs("Led1", false);
+  harness.runPending();
+  harness.mappingReadyIs("Led1", true);
+  harness.runPending();
+
+  EXPECT_EQ(harness.traces(), Texts{});
+  EXPECT_EQ(removed->gpioLedConfig().size(), 1u);
+  EXPECT_EQ(removed->gpioLedStateMachine().size(), 1u);
+  EXPECT_EQ(harness.pinValues({"pY", "pG", "pR", "pO"}), "0100");
+  EXPECT_FALSE(harness.hasPin("q"));
 }
 
 TEST(AgentReactorSlotTest, AStartedAgentLeavesNothingBehind) {

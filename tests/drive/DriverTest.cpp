@@ -5,6 +5,7 @@
 
 #include "host/drive/PinDriver.h"
 #include "platform/model/CorvelPinConfig.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "tests/drive/RecordingLines.h"
 
 namespace Drive {
@@ -38,10 +39,7 @@ line = 0
 
 class DriverTest : public testing::Test {
  protected:
-  void SetUp() override {
-    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
-    dir_ = Zel::Dir::dirIs("config");
-  }
+  void SetUp() override { dir_ = Zel::Dir::dirIs("config"); }
 
   Zel::Ptr<CorvelPinConfig> pin(char const* name) {
     return Zel::ptrCast<CorvelPinConfig>(dir_->entryIs(name, "Hardware::Gpio::CorvelPinConfig"));
@@ -57,7 +55,7 @@ class DriverTest : public testing::Test {
     return driver;
   }
 
-  Zel::ActivityManager* loop_ = nullptr;
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::Ptr<Zel::Dir> dir_;
   GpioBench bench_;
   std::vector<std::string> log_;

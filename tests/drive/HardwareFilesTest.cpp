@@ -7,6 +7,7 @@
 
 #include "host/drive/PinDriver.h"
 #include "platform/model/CorvelPinConfig.h"
+#include "platform/zel/ActivityManagerScope.h"
 
 namespace Drive {
 namespace {
@@ -34,7 +35,6 @@ class HardwareFilesTest : public testing::Test {
             ("pinlamp-drive-" +
              std::string(testing::UnitTest::GetInstance()->current_test_info()->name()));
     fs::remove_all(root_);
-    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
     dir_ = Zel::Dir::dirIs("config");
   }
   void TearDown() override { fs::remove_all(root_); }
@@ -52,7 +52,7 @@ class HardwareFilesTest : public testing::Test {
   }
 
   fs::path root_;
-  Zel::ActivityManager* loop_ = nullptr;
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::Ptr<Zel::Dir> dir_;
   std::vector<std::string> log_;
 };

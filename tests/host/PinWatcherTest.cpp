@@ -5,7 +5,7 @@
 
 #include "host/live/PinChangeLog.h"
 #include "host/live/PinWatcher.h"
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Allocate.h"
 
 namespace Host {
@@ -15,10 +15,7 @@ using Hardware::Gpio::CorvelPinConfig;
 
 class PinWatcherTest : public testing::Test {
  protected:
-  void SetUp() override {
-    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
-    pins_ = Zel::Dir::dirIs("config");
-  }
+  void SetUp() override { pins_ = Zel::Dir::dirIs("config"); }
 
   Zel::Ptr<CorvelPinConfig> pin(char const* name) {
     return Zel::ptrCast<CorvelPinConfig>(pins_->entryIs(name, "Hardware::Gpio::CorvelPinConfig"));
@@ -29,7 +26,7 @@ class PinWatcherTest : public testing::Test {
     return std::exchange(lines_, {});
   }
 
-  Zel::ActivityManager* loop_ = nullptr;
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::Ptr<Zel::Dir> pins_;
   std::vector<std::string> lines_;
   PinWatcher::Listener const log_ = [this](PinChange const& change) {

@@ -5,7 +5,7 @@
 
 #include "host/script/Publisher.h"
 #include "host/script/ScriptParser.h"
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Allocate.h"
 
 namespace Host {
@@ -30,7 +30,7 @@ C command(std::string const& line) {
 
 class PublisherTest : public testing::Test {
  protected:
-  void SetUp() override { Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime); }
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
 
   Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir> mappings_ =
       Zel::allocate<Hardware::Gpio::GpioLedSystemConfigDir>("led");

@@ -1,5 +1,5 @@
-// The published tables of the agent's classes: their order, indices, kinds, operations and
-// parameters, and the dispatch's answer for indices outside a class's own range.
+// The published tables of the agent's classes: their order, indices, kinds and operations,
+// and the dispatch's answer for indices outside a class's own range.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -28,14 +28,6 @@ std::vector<std::string> rows(AttributeTable const& table) {
       if (entry.allows(operation)) row += std::string(" ") + toString(operation);
     }
     out.push_back(row);
-  }
-  return out;
-}
-
-std::vector<std::string> parameters(AttributeInfo const* entry) {
-  std::vector<std::string> out;
-  for (Parameter const& parameter : entry->parameters) {
-    out.push_back(parameter.name.stdString() + ":" + parameter.typeName.stdString());
   }
   return out;
 }
@@ -100,21 +92,6 @@ TEST(AttributeTableTest, AgentIndicesContinueTheAgentBaseAndHideItsStartUpEntrie
       std::vector<std::string>(names.end() - 6, names.end()),
       (std::vector<std::string>{"doMountsComplete", "doInit", "gpioPinConfigDir",
                                 "gpioLedSystemConfigDir", "hwLedConfigDir", "configReactor"}));
-}
-
-TEST(AttributeTableTest, ProceduresPublishTheirOperationsSignatures) {
-  AttributeTable const& machine = *Pinlamp::GpioLedStateMachine::type().attributes();
-  AttributeTable const& reactor = *Pinlamp::ConfigReactor::type().attributes();
-  AttributeTable const& agent = *Pinlamp::Agent::type().attributes();
-  EXPECT_EQ(parameters(machine.find("handleCorvelGpioOrange")),
-            (std::vector<std::string>{"led:Hardware::Gpio::CorvelGpioLedConfig", "value:U32"}));
-  EXPECT_EQ(parameters(machine.find("handleLedSystemConfig")),
-            (std::vector<std::string>{"ledSystemConfig:Zel::Name", "setting:Led::LightSetting"}));
-  EXPECT_TRUE(machine.find("handleClockTimeout")->parameters.empty());
-  EXPECT_EQ(parameters(reactor.find("createDriver")), (std::vector<std::string>{"name:Zel::Name"}));
-  EXPECT_EQ(parameters(agent.find("doMountsComplete")),
-            (std::vector<std::string>{"status:Statedb::MountStatus",
-                                      "entityManager:Statedb::EntityManager"}));
 }
 
 class DispatchTest : public IntrospectionFixture {};

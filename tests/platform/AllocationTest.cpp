@@ -109,6 +109,15 @@ TEST_P(PointerModeTest, FlagsAndCountShareOneWordWithoutDisturbingEachOther) {
 
 INSTANTIATE_TEST_SUITE_P(PlainAndAtomic, PointerModeTest, testing::Bool());
 
+TEST(PtrDeathTest, DebugBuildsStopAReleaseOfAnUnreferencedObject) {
+#ifdef NDEBUG
+  GTEST_SKIP() << "counts are checked in debug builds only";
+#else
+  Widget unowned;  // never counted, so any release is one too many
+  EXPECT_DEATH(unowned.deleteRef(), "kFlagBits\\) != 0");
+#endif
+}
+
 TEST(PtrTest, AssigningItsOwnValueKeepsTheLastReference) {
   AllocTrackTypeInfo& widgets = AllocTrackTypeInfo::of<Widget>();
   auto const before = widgets.live();

@@ -5,7 +5,7 @@
 #include <set>
 #include <vector>
 
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Clock.h"
 #include "platform/zel/Trace.h"
@@ -38,10 +38,7 @@ class Alarm : public Zel::Clock::NotifieeConst {
 
 class ClockTest : public testing::Test {
  protected:
-  void SetUp() override {
-    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
-    Zel::traceSinkIs(&sink_);
-  }
+  void SetUp() override { Zel::traceSinkIs(&sink_); }
   void TearDown() override { Zel::traceSinkIs(nullptr); }
 
   Ptr<Alarm> alarmAt(double time, int id) {
@@ -56,7 +53,7 @@ class ClockTest : public testing::Test {
     return ids;
   }
 
-  Zel::ActivityManager* loop_ = nullptr;
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::CapturingTraceSink sink_;
   std::vector<Firing> fired_;
 };

@@ -127,6 +127,34 @@ TEST_P(NameMapSizeTest, ClearingDuringAWalkEndsIt) {
   EXPECT_EQ(map.size(), 1u);
 }
 
+TEST_P(NameMapSizeTest, ShrinkingWaitsForTheWalkAndKeepsEveryRemainingMember) {
+  int const count = GetParam();
+  Map map;
+  fill(map, count);
+  std::size_t const fullSlots = map.slotCount();
+  std::map<std::string, int> walked;
+  for (auto it = map.begin(); it != map.end(); ++it) {
+    ++walked[it.key().stdString()];
+    if (walked.size() != 1) continue;
+    for (int i = 1; i < count; ++i) {  // all but every eighth member, under the walk
+      if (i % 8 != 0) map.erase(keyOf(i));
+    }
+    EXPECT_EQ(map.slotCount(), fullSlots);
+  }
+  int const kept = (count + 7) / 8;
+  EXPECT_EQ(walked.size(), static_cast<std::size_t>(kept));
+  map.take(keyOf(0));  // the first removal after the walk gives the space back
+  if (count > 8) {
+    EXPECT_LT(map.slotCount(), fullSlots / 4);
+  }
+  for (int i = 8; i < count; i += 8) {
+    ASSERT_NE(map.find(keyOf(i)), nullptr) << i;
+    EXPECT_EQ(*map.find(keyOf(i)), i + 1);
+  }
+  fill(map, count);
+  EXPECT_EQ(visits(map).size(), static_cast<std::size_t>(count));
+}
+
 INSTANTIATE_TEST_SUITE_P(Sizes, NameMapSizeTest, testing::Values(3, 8, 9, 40, 5000));
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/AllocTrack.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Dir.h"
@@ -36,17 +36,14 @@ class EntryWatcher : public Dir::NotifieeConst {
 
 class NotificationTest : public testing::Test {
  protected:
-  void SetUp() override {
-    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
-    Zel::traceSinkIs(&sink_);
-  }
+  void SetUp() override { Zel::traceSinkIs(&sink_); }
   void TearDown() override { Zel::traceSinkIs(nullptr); }
 
   Ptr<EntryWatcher> watch(std::string tag) {
     return Zel::allocate<EntryWatcher>(dir_, &log_, std::move(tag));
   }
 
-  Zel::ActivityManager* loop_ = nullptr;
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::CapturingTraceSink sink_;
   Ptr<Dir> dir_ = Dir::dirIs("config");
   Log log_;
@@ -110,6 +107,28 @@ TEST_F(NotificationTest, AReactorMayDropItsLastOwnerFromItsOwnHandler) {
   dir_->entryIs("Fan2", "Zel::Dir");
   loop_->runPending();
   EXPECT_EQ(log_, (Log{"self:Fan1", "other:Fan1", "other:Fan2"}));
+}
+
+// Immediate notifications come from inside a mutation, where the notifier may be reachable only
+// through its reactors: detaching the last one must not free the entity under the delivery.
+class Detacher : public Dir::NotifieeConst {
+ public:
+  explicit Detacher(Ptr<Dir const> const& dir) : Dir::NotifieeConst(dir) {}
+  void onEntryzelImmediate() override { notifierIs(nullptr); }
+};
+
+TEST_F(NotificationTest, DetachingTheLastHolderDuringADeliveryFreesTheEntityAfterIt) {
+  auto& dirs = Zel::AllocTrackTypeInfo::of<Dir>();
+  Ptr<Dir> dir = Dir::dirIs("orphan");
+  Ptr<Detacher> first = Zel::allocate<Detacher>(dir);
+  Ptr<Detacher> second = Zel::allocate<Detacher>(dir);
+  Dir const* raw = dir.ptr();
+  dir = nullptr;
+  auto const liveBefore = dirs.live();
+  raw->deliver(Dir::Attr::entryImmediate, nullptr);
+  EXPECT_EQ(dirs.live(), liveBefore - 1);
+  EXPECT_EQ(first->notifier(), nullptr);
+  EXPECT_EQ(second->notifier(), nullptr);
 }
 
 }  // namespace

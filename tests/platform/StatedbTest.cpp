@@ -6,7 +6,7 @@
 #include "platform/statedb/Database.h"
 #include "platform/statedb/EntityManager.h"
 #include "platform/warden/CAgent.h"
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/AllocTrack.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Exception.h"
@@ -38,10 +38,7 @@ class RecordingAgent : public Warden::CAgent {
 
 class StatedbTest : public testing::Test {
  protected:
-  void SetUp() override {
-    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
-    Zel::traceSinkIs(&sink_);
-  }
+  void SetUp() override { Zel::traceSinkIs(&sink_); }
   void TearDown() override { Zel::traceSinkIs(nullptr); }
 
   // An agent whose mount group holds `mounts` and has been closed.
@@ -54,7 +51,7 @@ class StatedbTest : public testing::Test {
     return agent;
   }
 
-  Zel::ActivityManager* loop_ = nullptr;
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::CapturingTraceSink sink_;
   Ptr<Statedb::Database> database_ = Statedb::Database::databaseIs();
   Ptr<Statedb::EntityManager> manager_ = Statedb::EntityManager::entityManagerIs(database_);
@@ -74,6 +71,11 @@ TEST_F(StatedbTest, NestedPathsMakeDirectoriesOnTheWayDown) {
   EXPECT_EQ(config->parent(), nullptr);
   EXPECT_EQ(database_->entityDel("hardware/led/config"), nullptr);
   EXPECT_EQ(database_->entityDel("nowhere/at/all"), nullptr);
+
+  // A top-level entity has the root for its directory.
+  Ptr<Zel::Entity> const top = database_->entity("hardware");
+  EXPECT_EQ(database_->entityDel("/hardware"), top);
+  EXPECT_EQ(database_->entity("hardware/led"), nullptr);
 }
 
 TEST_F(StatedbTest, RejectsPathsThroughNonDirectoriesAndMisnamedEntities) {

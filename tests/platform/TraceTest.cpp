@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Trace.h"
 
 namespace {
@@ -25,7 +25,6 @@ std::ostream& operator<<(std::ostream& out, Counted const& c) {
 class TraceTest : public testing::Test {
  protected:
   void SetUp() override {
-    Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
     savedLevels_ = Zel::traceLevels(kFacility);
     Zel::traceLevelsIs(kFacility, 0);
     Zel::traceSinkIs(&sink_);
@@ -35,6 +34,7 @@ class TraceTest : public testing::Test {
     Zel::traceLevelsIs(kFacility, savedLevels_);
   }
 
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::CapturingTraceSink sink_;
   std::uint32_t savedLevels_ = 0;
 };
@@ -57,7 +57,7 @@ TEST_F(TraceTest, ADisabledLevelFormatsNothing) {
 TEST_F(TraceTest, AnEnabledLevelRecordsEveryFieldAndTheSinkWritesThemOnOneLine) {
   Zel::TraceHandle const handle(kFacility, false);
   Zel::traceLevelsIs(kFacility, 1u << 8);
-  Zel::activityManager()->advance(1234567.25);
+  loop_->advance(1234567.25);
   ZEL_TRACE(handle, 8, "Pinlamp", 217, "handleClockTimeout", "Status flash " << 3 << " on");
   ASSERT_EQ(sink_.records().size(), 1u);
   std::ostringstream out;

@@ -1,5 +1,5 @@
-// From published configuration to pin values: when an LED gets its pin configuration and its
-// state machine, and what another agent's light setting does to the pins.
+// From published configuration to a driven LED: when an LED gets its pin configuration and its
+// state machine, and how its pins map to entities.
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
@@ -22,27 +22,6 @@ class LedLightingTest : public testing::Test {
 
   AgentHarness harness_;
 };
-
-TEST_F(LedLightingTest, AnotherAgentSetsAnLedToSteadyGreen) {
-  harness_.publishMapping("Led1", kOnePinEach);
-  harness_.setLed("Led1", setting("y"));
-  harness_.runPending();
-  ASSERT_EQ(led1Pins(), "1000");
-  harness_.clearTraces();
-
-  harness_.setLed("Led1", setting("g"));
-  harness_.runPending();
-
-  EXPECT_EQ(led1Pins(), "0100");
-  EXPECT_EQ(harness_.traces(7), Texts{"handleHwLedConfig Led1"});
-  EXPECT_EQ(harness_.traces(6), (Texts{"Corvel Yellow Pin: pY  OldValue: 1 NewValue: 0",
-                                       "Corvel Green Pin: pG  OldValue: 0 NewValue: 1"}));
-  // What the pins are driven from: the entity under the output mount, looked up afresh.
-  auto const green = Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(
-      harness_.database()->entity("hardware/corvel/gpio/config/pG"));
-  ASSERT_NE(green, nullptr);
-  EXPECT_EQ(green->value(), 1u);
-}
 
 // Each way of reaching "mapping ready and configuration present" must end with a driven LED;
 // every step before the last must leave it without a state machine.
@@ -74,25 +53,6 @@ TEST(LedLightingOrderTest, AnLedLightsOnceItsMappingIsReadyAndItsConfigurationEx
     EXPECT_EQ(harness.pinValues({"pY", "pG", "pR", "pO"}), "0100");
     EXPECT_THAT(harness.traces(9), testing::Contains("Creating Gpio Led SM for Led1"));
   }
-}
-
-TEST_F(LedLightingTest, AMappingThatIsNotReadyCreatesNothing) {
-  harness_.setLed("Led1", setting("g"));
-  harness_.runPending();
-  harness_.clearTraces();
-
-  harness_.publishMapping("Led1", kOnePinEach, false);
-  harness_.runPending();
-
-  EXPECT_EQ(harness_.traces(), Texts{"createLedConfig Led1"});
-  EXPECT_EQ(harness_.output("Led1"), nullptr);
-  EXPECT_EQ(harness_.pinDir()->entryCount(), 0u);
-  EXPECT_EQ(harness_.machine("Led1"), nullptr);
-  EXPECT_NE(harness_.reactor()->gpioLedConfig("Led1"), nullptr);
-
-  // The agent cannot be torn down over a mapping that never became ready.
-  harness_.mappingReadyIs("Led1", true);
-  harness_.runPending();
 }
 
 TEST_F(LedLightingTest, AReadyMappingWithoutPinsStillGetsItsOutputAndMachine) {
@@ -138,38 +98,6 @@ TEST_F(LedLightingTest, APinNamedInSeveralColoursIsOneEntity) {
   EXPECT_EQ(*output->gpioYellow().find("pA"), *output->gpioGreen().find("pA"));
   // Lit as yellow, though green (which comes after yellow) wrote it 0 first.
   EXPECT_EQ(harness_.pinValues({"pA", "pB"}), "10");
-}
-
-TEST_F(LedLightingTest, TwoLedsSharingAPinShareItsEntity) {
-  harness_.publishMapping("Led1", {.green = {"shared"}, .red = {"r1"}});
-  harness_.publishMapping("Led2", {.yellow = {"y2"}, .green = {"shared"}});
-  harness_.setLed("Led1", setting("g"));
-  harness_.setLed("Led2", setting(""));
-  harness_.runPending();
-
-  EXPECT_EQ(harness_.pinDir()->entryCount(), 3u);
-  Zel::Ptr<Hardware::Gpio::CorvelPinConfig> const shared = harness_.pin("shared");
-  EXPECT_EQ(*harness_.output("Led1")->gpioGreen().find("shared"), shared);
-  EXPECT_EQ(*harness_.output("Led2")->gpioGreen().find("shared"), shared);
-  EXPECT_NE(harness_.machine("Led1"), nullptr);
-  EXPECT_NE(harness_.machine("Led2"), nullptr);
-}
-
-TEST_F(LedLightingTest, LedsAreDrivenIndependently) {
-  harness_.publishMapping("Led1", kOnePinEach);
-  harness_.publishMapping("Led2", {{"qY"}, {"qG"}, {"qR"}, {"qO"}});
-  harness_.setLed("Led1", setting("r"));
-  harness_.setLed("Led2", setting("yo"));
-  harness_.runPending();
-  EXPECT_EQ(led1Pins(), "0010");
-  EXPECT_EQ(harness_.pinValues({"qY", "qG", "qR", "qO"}), "1001");
-
-  harness_.clearTraces();
-  harness_.setLed("Led2", setting(""));
-  harness_.runPending();
-  EXPECT_EQ(led1Pins(), "0010");
-  EXPECT_EQ(harness_.pinValues({"qY", "qG", "qR", "qO"}), "0000");
-  EXPECT_EQ(harness_.traces(7), Texts{"handleHwLedConfig Led2"});
 }
 
 }  // namespace

@@ -83,7 +83,7 @@ bool sameTime(double a, double b) {
 LedWorld::LedWorld(std::size_t ledCount, std::size_t pinCount)
     : ledNames_(numbered("led", ledCount)),
       pinPool_(numbered("gpio", pinCount)),
-      loop_(Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime)),
+      loop_(Zel::ActivityManager::TimeSource::virtualTime),
       birth_(liveCounts()),
       database_(Statedb::Database::databaseIs()),
       entityManager_(Statedb::EntityManager::entityManagerIs(database_)),

@@ -14,7 +14,7 @@
 #include "agent/Agent.h"
 #include "platform/statedb/Database.h"
 #include "platform/statedb/EntityManager.h"
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/AllocTrack.h"
 #include "tests/reliability/LedWorldModel.h"
 
@@ -85,7 +85,7 @@ class LedWorld {
 
   std::vector<std::string> ledNames_;
   std::vector<std::string> pinPool_;
-  Zel::ActivityManager* loop_;
+  Zel::ActivityManagerScope loop_;
   LiveCounts birth_;
   Zel::Ptr<Statedb::Database> database_;
   Zel::Ptr<Statedb::EntityManager> entityManager_;

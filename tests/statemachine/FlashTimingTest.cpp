@@ -34,14 +34,14 @@ TEST_F(FlashTimingTest, RedFlashesAtHalfSecondPhases) {
   EXPECT_EQ(level8[1], "handleClockTimeout for Led1");
 }
 
-TEST_F(FlashTimingTest, PreviousColourStaysUntilTheFirstTick) {
-  show(lit("g"));
+// The same colours with an interval are a different setting.
+TEST_F(FlashTimingTest, SteadyRedThenFlashingRedStartsFlashing) {
+  show(lit("r"));
   Ptr<GpioLedStateMachine> machine = this->machine();
   show(lit("r", 0.5));
-  advanceTo(0.49);
-  EXPECT_EQ(pins(), "0100");
-  advanceTo(0.5);
-  EXPECT_EQ(pins(), "0010");
+  advanceTo(1.0);
+  EXPECT_EQ(pins(), "0000");
+  EXPECT_EQ(machine->clockReactor()->timeMin(), 1.5);
 }
 
 TEST_F(FlashTimingTest, SteadySettingShowsAtOnceAndTheNextTickOnlyStopsTheTimer) {

@@ -11,7 +11,7 @@
 #include "platform/model/CorvelGpioLedSystemConfigDir.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/model/LedConfig.h"
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Trace.h"
 #include "statemachine/GpioLedStateMachine.h"
@@ -43,7 +43,6 @@ class LedFixture : public testing::Test {
   static constexpr std::uint32_t kLevels6to9 = (1u << 6) | (1u << 7) | (1u << 8) | (1u << 9);
 
   void SetUp() override {
-    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
     Zel::traceSinkIs(&sink_);
     Zel::traceLevelsIs("Pinlamp", kLevels6to9);
     led_ = outputFor("Led1", "1");
@@ -96,7 +95,7 @@ class LedFixture : public testing::Test {
     return out;
   }
 
-  Zel::ActivityManager* loop_ = nullptr;
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::CapturingTraceSink sink_;
   Ptr<CorvelGpioLedSystemConfigDir> ledSystem_ =
       Zel::allocate<CorvelGpioLedSystemConfigDir>("ledSystem");

@@ -109,21 +109,40 @@ TEST_F(SteadySettingTest, MachineWithoutLedConfigurationWaitsForOne) {
   EXPECT_EQ(pins(), "0010");
 }
 
+// Neither of a machine's hooks, the setting and the clock, runs while it is silenced or retired.
 TEST_F(SteadySettingTest, SilencedOrRetiredMachineReactsToNothing) {
   show(lit("g"));
   Ptr<GpioLedStateMachine> machine = this->machine();
+  show(lit("y", 0.5));  // the first tick, due at 0.5, would light yellow
   machine->hasNotificationActiveIs(false);
   show(lit("r"));
-  EXPECT_EQ(pins(), "0100");
-  machine->hasNotificationActiveIs(true);
-  show(lit("y", 0.5));
-  EXPECT_EQ(machine->clockReactor()->timeMin(), 0.5);
-
-  machine->zelDoZombieReactors(true);
-  show(lit("o"));
-  loop_->advance(1.0);
+  advanceTo(0.5);
   EXPECT_EQ(pins(), "0100");
   EXPECT_FALSE(machine->flashingState());
+
+  machine->hasNotificationActiveIs(true);
+  show(lit("y", 0.5));
+  EXPECT_NE(machine->clockReactor()->timeMin(), Zel::Clock::kNever);
+  machine->zelDoZombieReactors(true);
+  show(lit("o"));
+  advanceTo(2.0);
+  EXPECT_EQ(pins(), "0100");
+  EXPECT_FALSE(machine->flashingState());
+}
+
+TEST_F(SteadySettingTest, PublishingTheCurrentSettingAgainChangesNothing) {
+  for (Led::LightSetting const& setting : {lit("g"), lit("r", 0.5)}) {
+    show(setting);
+    Ptr<GpioLedStateMachine> machine = this->machine();
+    std::string const pinsBefore = pins();
+    double const tickBefore = machine->clockReactor()->timeMin();
+    sink_.clear();
+    show(Led::LightSetting(setting));
+    EXPECT_EQ(traces(6), Texts{});  // no pin written
+    EXPECT_EQ(traces(8), Texts{});  // no setting applied
+    EXPECT_EQ(pins(), pinsBefore);
+    EXPECT_EQ(machine->clockReactor()->timeMin(), tickBefore);
+  }
 }
 
 TEST_F(SteadySettingTest, SteadySettingWithoutOutputConfigurationIsDropped) {

@@ -21,7 +21,7 @@
 #include "platform/model/LedSystemConfigDir.h"
 #include "platform/statedb/Database.h"
 #include "platform/statedb/EntityManager.h"
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Dir.h"
 #include "platform/zel/Trace.h"
 
@@ -66,7 +66,7 @@ class AgentHarness {
 
   AgentHarness() : AgentHarness(Options{}) {}
   explicit AgentHarness(Options const& options)
-      : loop_(Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime)),
+      : loop_(Zel::ActivityManager::TimeSource::virtualTime),
         previousSink_(Zel::traceSink()),
         previousLevels_(Zel::traceLevels("Pinlamp")),
         database_(Statedb::Database::databaseIs()),
@@ -207,13 +207,13 @@ class AgentHarness {
   void clearTraces() { sink_.clear(); }
 
   Zel::Ptr<Pinlamp::Agent> const& agent() const noexcept { return agent_; }
-  Zel::ActivityManager* loop() const noexcept { return loop_; }
+  Zel::ActivityManager* loop() const noexcept { return &*loop_; }
   Zel::Ptr<Statedb::Database> const& database() const noexcept { return database_; }
   Zel::Ptr<Statedb::EntityManager> const& entityManager() const noexcept { return entityManager_; }
   Zel::CapturingTraceSink const& sink() const noexcept { return sink_; }
 
  private:
-  Zel::ActivityManager* loop_;
+  Zel::ActivityManagerScope loop_;
   Zel::TraceSink* previousSink_;
   std::uint32_t previousLevels_;
   Zel::CapturingTraceSink sink_;
