@@ -4,7 +4,7 @@
 
 #include "host/live/PanelCells.h"
 #include "platform/model/CorvelPinConfig.h"
-#include "platform/zel/ActivityManager.h"
+#include "platform/zel/ActivityManagerScope.h"
 
 namespace Host {
 namespace {
@@ -13,10 +13,7 @@ using Hardware::Gpio::CorvelPinConfig;
 
 class PanelCellsTest : public testing::Test {
  protected:
-  void SetUp() override {
-    loop_ = Zel::activityManagerIs(Zel::ActivityManager::TimeSource::virtualTime);
-    pins_ = Zel::Dir::dirIs("config");
-  }
+  void SetUp() override { pins_ = Zel::Dir::dirIs("config"); }
 
   void pinIs(char const* name, std::uint32_t value) {
     auto pin =
@@ -44,7 +41,7 @@ class PanelCellsTest : public testing::Test {
     cells_.layOut(leds, std::move(pins), geometry, 1, shownRows);
   }
 
-  Zel::ActivityManager* loop_ = nullptr;
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::Ptr<Zel::Dir> pins_;
   PanelCells cells_;
 };
