@@ -35,6 +35,14 @@ std::string moveTo(int row) {
   return "\033[" + std::to_string(row) + ";1H";
 }
 
+void appendMoveTo(std::string& out, std::size_t row, std::size_t column) {
+  out.append("\033[").append(std::to_string(row + 1)).append(";");
+  out.append(std::to_string(column + 1)).append("H");
+}
+
+// A row that no longer holds what was drawn on it: the next layout rewrites it.
+std::string const kUnknownRow(1, '\0');
+
 }  // namespace
 
 bool localeIsUtf8() {
@@ -70,10 +78,11 @@ FrontPanel::FrontPanel(Session& session, std::string title, std::ostream& out,
   style_.width = size.columns;
   out_ << "\033[2J";  // a clean screen: the panel owns the top, the console the rest
   reserveRows(3);
-  redraw();
+  layOut();
 }
 
 FrontPanel::~FrontPanel() {
+  if (redrawQueued_) layOut();
   if (frameTimer_) {
     frameTimer_->ownerDel();
     frameTimer_->notifierIs(nullptr);
@@ -86,11 +95,13 @@ FrontPanel::~FrontPanel() {
 void FrontPanel::pinChanged(PinChange const& change) {
   recent_.push_front(change);
   if (recent_.size() > kRecentChanges) recent_.pop_back();
+  cells_.pinChanged(change.pin);
   scheduleRedraw();
 }
 
 void FrontPanel::refresh() {
-  redraw();
+  layoutStale_ = true;
+  scheduleRedraw();
 }
 
 void FrontPanel::resize() {
@@ -102,7 +113,7 @@ void FrontPanel::resize() {
   drawn_.clear();
   out_ << "\033[2J";
   reserveRows(rows);
-  redraw();
+  layOut();
 }
 
 void FrontPanel::scheduleRedraw() {
@@ -122,15 +133,36 @@ void FrontPanel::drawFrame() {
   redrawQueued_ = false;
   lastFrame_ = session_.loop().currentTime();
   frameTimer_->timeMinIs(Zel::Clock::kNever);
-  redraw();
+  if (layoutStale_) {
+    layOut();
+  } else {
+    drawChanges();
+  }
 }
 
-std::vector<LedLights> FrontPanel::ledsInOrder() {
-  std::vector<LedLights> leds = allLedLights(session_.mappings(), session_.pins());
-  for (LedLights const& led : leds) order_.emplace(led.name, order_.size());
-  std::sort(leds.begin(), leds.end(),
-            [this](auto const& a, auto const& b) { return order_[a.name] < order_[b.name]; });
-  return leds;
+std::vector<Hardware::Gpio::GpioLedConfig const*> FrontPanel::mappingsInOrder() {
+  std::vector<Hardware::Gpio::GpioLedConfig const*> mappings;
+  for (auto member : session_.mappings().gpioLeds()) {
+    order_.emplace(member.value->name().stdString(), order_.size());
+    mappings.push_back(member.value.ptr());
+  }
+  std::vector<std::size_t> rank;
+  rank.reserve(mappings.size());
+  for (auto const* mapping : mappings) rank.push_back(order_[mapping->name().stdString()]);
+  std::vector<std::size_t> index(mappings.size());
+  for (std::size_t i = 0; i < index.size(); ++i) index[i] = i;
+  std::sort(index.begin(), index.end(), [&rank](auto a, auto b) { return rank[a] < rank[b]; });
+  std::vector<Hardware::Gpio::GpioLedConfig const*> ordered;
+  ordered.reserve(mappings.size());
+  for (std::size_t i : index) ordered.push_back(mappings[i]);
+  return ordered;
+}
+
+std::string FrontPanel::titleLine() const {
+  char elapsed[32];
+  std::snprintf(elapsed, sizeof elapsed, "%.1f s", session_.elapsed());
+  std::string const legend = style_.unicode ? "● lit  ○ dark" : "O lit  . dark";
+  return title_ + "   " + elapsed + "   " + legend + "   (yellow green red orange)";
 }
 
 std::string FrontPanel::recentLine() const {
@@ -139,13 +171,23 @@ std::string FrontPanel::recentLine() const {
   return recent_.empty() ? "recent: no pin has changed yet" : line;
 }
 
-void FrontPanel::redraw() {
-  char elapsed[32];
-  std::snprintf(elapsed, sizeof elapsed, "%.1f s", session_.elapsed());
-  std::string const legend = style_.unicode ? "● lit  ○ dark" : "O lit  . dark";
-  std::string const title =
-      title_ + "   " + elapsed + "   " + legend + "   (yellow green red orange)";
-  std::vector<std::string> lines = panelLines(title, ledsInOrder(), recentLine(), style_);
+// The whole panel from the agent's pins: when LEDs come or go and when the terminal changes.
+void FrontPanel::layOut() {
+  layoutStale_ = false;
+  std::vector<LedLights> leds;
+  std::vector<ElementPins> pins;
+  for (auto const* mapping : mappingsInOrder()) {
+    leds.push_back(ledLights(*mapping, session_.pins()));
+    ElementPins& elementPins = pins.emplace_back();
+    for (std::size_t colour = 0; colour < kColourCount; ++colour) {
+      auto const& names = mapping->pinNames(static_cast<Hardware::Gpio::PinColour>(colour));
+      for (auto member : names) elementPins[colour].push_back(member.key);
+    }
+  }
+  std::vector<std::string> lines = panelLines(titleLine(), leds, recentLine(), style_);
+  PanelGeometry const geometry = panelGeometry(leds, style_);
+  std::size_t ledRows = lines.size() - 2;
+  recentRow_ = lines.size() - 1;
   reserveRows(static_cast<int>(lines.size()) + 1);
   int const shown = panelRows_ - 1;  // the last panel row stays blank, a rule above the console
   if (static_cast<int>(lines.size()) > shown) {
@@ -154,19 +196,49 @@ void FrontPanel::redraw() {
     std::string note = "(";
     note.append(std::to_string(hidden)).append(" more rows: make the terminal taller)");
     lines.push_back(std::move(note));
+    ledRows = static_cast<std::size_t>(std::max(shown - 2, 0));
+    recentRow_ = kNoRow;
   }
+  cells_.layOut(leds, std::move(pins), geometry, 1, ledRows);
   lines.resize(static_cast<std::size_t>(panelRows_));
-  if (drawn_.size() != lines.size()) drawn_.assign(lines.size(), std::string(1, '\0'));
-  bool started = false;
-  for (std::size_t row = 0; row < lines.size(); ++row) {
-    if (lines[row] == drawn_[row]) continue;
-    if (!started) out_ << "\033[?25l\0337";
-    started = true;
-    out_ << moveTo(static_cast<int>(row) + 1) << lines[row] << "\033[K";
-    drawn_[row] = std::move(lines[row]);
+  if (drawn_.size() != lines.size()) drawn_.assign(lines.size(), kUnknownRow);
+  std::string frame;
+  for (std::size_t row = 0; row < lines.size(); ++row) writeRow(frame, row, std::move(lines[row]));
+  flushFrame(frame);
+}
+
+// Between layouts only the elements whose light changed are drawn, each where it stands.
+void FrontPanel::drawChanges() {
+  std::string frame;
+  std::size_t const width = static_cast<std::size_t>(std::max(style_.width, 20));
+  writeRow(frame, 0, clipToWidth(titleLine(), width));
+  std::size_t cursorRow = kNoRow, cursorColumn = 0;
+  for (PanelCells::Change const& change : cells_.changes(session_.pins())) {
+    if (change.row >= drawn_.size() || change.column >= width) continue;
+    if (change.row != cursorRow || change.column != cursorColumn) {
+      appendMoveTo(frame, change.row, change.column);
+    }
+    frame += elementGlyph(change.light, change.colour, style_);
+    cursorRow = change.row;
+    cursorColumn = change.column + 1;
+    drawn_[change.row] = kUnknownRow;
   }
-  if (!started) return;
-  out_ << "\0338\033[?25h";
+  if (recentRow_ != kNoRow && recentRow_ < drawn_.size()) {
+    writeRow(frame, recentRow_, clipToWidth(recentLine(), width));
+  }
+  flushFrame(frame);
+}
+
+void FrontPanel::writeRow(std::string& out, std::size_t row, std::string line) {
+  if (line == drawn_[row]) return;
+  out.append(moveTo(static_cast<int>(row) + 1)).append(line).append("\033[K");
+  drawn_[row] = std::move(line);
+}
+
+void FrontPanel::flushFrame(std::string const& frame) {
+  if (frame.empty()) return;
+  // The cursor is hidden while it jumps about the panel and goes back to the console after.
+  out_ << "\033[?25l\0337" << frame << "\0338\033[?25h";
   out_.flush();
 }
 

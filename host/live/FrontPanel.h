@@ -4,13 +4,14 @@
 
 #include <deque>
 #include <functional>
-#include <map>
 #include <memory>
 #include <ostream>
 #include <string>
+#include <unordered_map>
 #include <vector>
 
 #include "host/live/LiveView.h"
+#include "host/live/PanelCells.h"
 #include "host/live/PanelLayout.h"
 #include "host/run/Session.h"
 #include "platform/zel/Clock.h"
@@ -34,9 +35,13 @@ class FrontPanel : public LiveView {
 
   void scheduleRedraw();
   void drawFrame();
-  void redraw();
+  void layOut();
+  void drawChanges();
+  void writeRow(std::string& out, std::size_t row, std::string line);
+  void flushFrame(std::string const& frame);
   void reserveRows(int rows);
-  std::vector<LedLights> ledsInOrder();
+  std::vector<Hardware::Gpio::GpioLedConfig const*> mappingsInOrder();
+  std::string titleLine() const;
   std::string recentLine() const;
 
   static constexpr std::size_t kRecentChanges = 8;
@@ -49,8 +54,12 @@ class FrontPanel : public LiveView {
   PanelStyle style_;
   int screenRows_ = 24;
   int panelRows_ = 0;
-  std::map<std::string, std::size_t> order_;  // LED name -> when it was first seen
+  std::unordered_map<std::string, std::size_t> order_;  // LED name -> when it was first seen
   std::deque<PinChange> recent_;
+  PanelCells cells_;
+  std::size_t recentRow_ = 0;  // kNoRow when the recent line does not fit
+  static constexpr std::size_t kNoRow = static_cast<std::size_t>(-1);
+  bool layoutStale_ = true;  // LEDs may have come or gone: the next frame lays the panel out
   bool redrawQueued_ = false;
   // At most this many frames a second: a terminal cannot show more, and each costs a write.
   static constexpr double kFramePeriod = 1.0 / 25;

@@ -19,16 +19,6 @@ bool isContinuationByte(char c) noexcept {
   return (static_cast<unsigned char>(c) & 0xc0) == 0x80;
 }
 
-std::string elementGlyph(ElementLight const& element, std::size_t colour, PanelStyle const& style) {
-  if (!element.hasPins) {
-    if (!style.unicode) return " ";
-    return style.colour ? std::string("\033[90m·") + kReset : std::string("·");
-  }
-  std::string glyph = element.lit ? (style.unicode ? "●" : "O") : (style.unicode ? "○" : ".");
-  if (!style.colour) return glyph;
-  return std::string(element.lit ? kLitColour[colour] : kDarkColour[colour]) + glyph + kReset;
-}
-
 std::string cell(LedLights const& led, std::size_t nameWidth, PanelStyle const& style) {
   std::string name = led.name.substr(0, nameWidth);
   if (led.name.size() > nameWidth) name.back() = '~';
@@ -41,6 +31,31 @@ std::string cell(LedLights const& led, std::size_t nameWidth, PanelStyle const& 
 }
 
 }  // namespace
+
+std::string elementGlyph(ElementLight const& element, std::size_t colour, PanelStyle const& style) {
+  if (!element.hasPins) {
+    if (!style.unicode) return " ";
+    return style.colour ? std::string("\033[90m·") + kReset : std::string("·");
+  }
+  std::string glyph = element.lit ? (style.unicode ? "●" : "O") : (style.unicode ? "○" : ".");
+  if (!style.colour) return glyph;
+  return std::string(element.lit ? kLitColour[colour] : kDarkColour[colour]) + glyph + kReset;
+}
+
+std::size_t PanelGeometry::elementColumn(std::size_t column, std::size_t colour) const noexcept {
+  return column * (cellWidth + kCellGap) + nameWidth + 1 + colour;
+}
+
+PanelGeometry panelGeometry(std::vector<LedLights> const& leds, PanelStyle const& style) {
+  std::size_t const width = static_cast<std::size_t>(std::max(style.width, 20));
+  PanelGeometry geometry;
+  for (LedLights const& led : leds)
+    geometry.nameWidth = std::max(geometry.nameWidth, led.name.size());
+  geometry.nameWidth = std::min(geometry.nameWidth, kPanelNameWidth);
+  geometry.cellWidth = geometry.nameWidth + 1 + kColourCount;
+  geometry.columns = std::max<std::size_t>(1, (width + kCellGap) / (geometry.cellWidth + kCellGap));
+  return geometry;
+}
 
 std::size_t visibleWidth(std::string_view text) {
   std::size_t width = 0;
@@ -82,11 +97,9 @@ std::vector<std::string> panelLines(std::string const& title, std::vector<LedLig
   std::vector<std::string> lines;
   lines.push_back(clipToWidth(title, width));
 
-  std::size_t nameWidth = 1;
-  for (LedLights const& led : leds) nameWidth = std::max(nameWidth, led.name.size());
-  nameWidth = std::min(nameWidth, kPanelNameWidth);
-  std::size_t const cellWidth = nameWidth + 1 + kColourCount;
-  std::size_t const columns = std::max<std::size_t>(1, (width + kCellGap) / (cellWidth + kCellGap));
+  PanelGeometry const geometry = panelGeometry(leds, style);
+  std::size_t const nameWidth = geometry.nameWidth;
+  std::size_t const columns = geometry.columns;
   for (std::size_t first = 0; first < leds.size(); first += columns) {
     std::string row;
     for (std::size_t i = first; i < std::min(first + columns, leds.size()); ++i) {

@@ -19,6 +19,21 @@ struct PanelStyle {
 
 inline constexpr std::size_t kPanelNameWidth = 16;
 
+// Where the cells go: every cell is as wide as the longest name (up to kPanelNameWidth) allows.
+struct PanelGeometry {
+  std::size_t nameWidth = 1;
+  std::size_t columns = 1;  // cells in a row
+  std::size_t cellWidth = 1;
+
+  // The screen column (from 0) of a colour element of the cell at `column` in its row.
+  std::size_t elementColumn(std::size_t column, std::size_t colour) const noexcept;
+};
+
+PanelGeometry panelGeometry(std::vector<LedLights> const& leds, PanelStyle const& style);
+
+// One colour element as the panel draws it, with its colour.
+std::string elementGlyph(ElementLight const& element, std::size_t colour, PanelStyle const& style);
+
 std::vector<std::string> panelLines(std::string const& title, std::vector<LedLights> const& leds,
                                     std::string const& recent, PanelStyle const& style);
 

@@ -6,9 +6,9 @@
 
 #include <cstdint>
 #include <functional>
-#include <map>
 #include <optional>
 #include <string>
+#include <unordered_map>
 
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/Dir.h"
@@ -51,7 +51,7 @@ class PinWatcher {
   Clock clock_;
   Listener listener_;
   Zel::Ptr<DirReactor> dirReactor_;
-  std::map<std::string, Watched> watched_;
+  std::unordered_map<std::string, Watched> watched_;
 };
 
 }  // namespace Host

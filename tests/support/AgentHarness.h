@@ -103,6 +103,7 @@ class AgentHarness {
   }
 
   void runPending() { loop_->runPending(); }
+  void advance(double seconds) { loop_->advance(seconds); }
 
   // --- writers' side --------------------------------------------------------------------------
 
