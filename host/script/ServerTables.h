@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
-#include "host/script/Command.h"
 #include "host/run/Options.h"
 #include "host/run/Session.h"
+#include "host/script/Command.h"
 #include "platform/statedb/redis/Backend.h"
 #include "platform/statedb/redis/TablePublisher.h"
 
