@@ -36,11 +36,11 @@ bool outputIsTerminal() {
 class LiveRun {
  public:
   LiveRun(Options const& options, RunSetup& setup) : options_(options), setup_(setup) {
-    executor_.emplace(Executor::Settings{Zel::ActivityManager::TimeSource::monotonic, false, options_.database},
-                      setup_.traces(), std::cout,
-                      [](SourceLocation const& where, std::string const& what) {
-                        std::cout << where.text() << ": " << what << std::endl;
-                      });
+    executor_.emplace(
+        Executor::Settings{Zel::ActivityManager::TimeSource::monotonic, false, options_.database},
+        setup_.traces(), std::cout, [](SourceLocation const& where, std::string const& what) {
+          std::cout << where.text() << ": " << what << std::endl;
+        });
   }
 
   ~LiveRun() {
