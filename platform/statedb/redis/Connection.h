@@ -6,9 +6,11 @@
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <memory>
+#include <span>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "platform/statedb/redis/Endpoint.h"
 
@@ -40,11 +42,14 @@ class Connection {
   void close();
   bool isOpen() const noexcept { return context_ != nullptr; }
 
-  // Queues a command; false when the connection is closed.
-  bool command(std::vector<std::string> const& args, Reply reply);
+  // Queues a command; false when the connection is closed. A null `reply` costs no allocation:
+  // its reply is dropped as it arrives, which suits writes of which only the outcome of the
+  // whole batch matters.
+  bool command(std::initializer_list<std::string_view> args, Reply reply);
+  bool commandArgv(std::span<std::string_view const> args, Reply reply);
   // Subscribes (SUBSCRIBE or PSUBSCRIBE) to `channel`: the confirmation and every message
   // arrive at `onMessage`, which outlives the connection's context.
-  bool subscribe(std::string const& verb, std::string const& channel);
+  bool subscribe(std::string_view verb, std::string_view channel);
   void messageHandlerIs(Reply onMessage) { onMessage_ = std::move(onMessage); }
 
  private:
@@ -53,13 +58,15 @@ class Connection {
   static void onConnect(redisAsyncContext const* context, int status);
   static void onDisconnect(redisAsyncContext const* context, int status);
   void reportClosed(std::string const& reason);
-  bool send(std::vector<std::string> const& args,
+  bool send(std::span<std::string_view const> args,
             void (*trampoline)(redisAsyncContext*, void*, void*), void* data);
 
   Zel::ActivityManager& loop_;
   Closed onClosed_;
   Reply onMessage_;
   redisAsyncContext* context_ = nullptr;
+  // The wire form of the command being queued; kept to reuse its capacity.
+  std::string wire_;
   // Tells deferred reports whether this connection still exists.
   std::shared_ptr<Connection*> self_;
 };

@@ -41,8 +41,8 @@ class Mirror {
   void flush();
   void read(std::string const& key);
   void onHash(std::string const& key, redisReply const& reply);
-  void applyLed(std::string const& key, Zel::Name const& name, Hash const& hash, bool replaced);
-  void applyMapping(std::string const& key, Zel::Name const& name, Hash const& hash, bool replaced);
+  void applyLed(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
+  void applyMapping(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
   void scan(std::string const& table, std::string const& cursor);
   void scanDone();
   void removeUnseen();
@@ -66,9 +66,11 @@ class Mirror {
   std::uint64_t generation_ = 0;
   std::uint64_t reads_ = 0;
   std::vector<std::function<void()>> quietWaiters_;
+  std::vector<FieldView> fields_;  // of the hash being applied; kept to reuse its capacity
 };
 
-// The fields of an HGETALL reply.
+// The fields of an HGETALL reply: copied, or as views into the reply.
 Hash hashOfReply(redisReply const& reply);
+void fieldsOfReply(redisReply const& reply, std::vector<FieldView>& fields);
 
 }  // namespace Statedb::Redis

@@ -106,11 +106,11 @@ void PinTableWriter::flush() {
       std::uint32_t const value = pin->value();
       if (held != written_.end() && held->second == value) continue;
       written_[name] = value;
-      link_.command({"HSET", key, kPinValueField, std::to_string(value)}, [](redisReply const&) {});
+      link_.command({"HSET", key, kPinValueField, std::to_string(value)}, nullptr);
       ++writes_;
     } else if (held != written_.end()) {
       written_.erase(held);
-      link_.command({"DEL", key}, [](redisReply const&) {});
+      link_.command({"DEL", key}, nullptr);
       ++writes_;
     }
   }
@@ -166,7 +166,7 @@ void PinTableWriter::readValue(std::string const& key) {
   std::string const name = parts.value ? std::string(parts.value->name) : std::string();
   if (name.empty()) {
     // Not a key the agent could have written; it is not the agent's to keep.
-    link_.command({"DEL", key}, [](redisReply const&) {});
+    link_.command({"DEL", key}, nullptr);
     ++writes_;
     return;
   }
