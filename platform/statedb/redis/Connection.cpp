@@ -135,6 +135,11 @@ bool Connection::commandArgv(std::span<std::string_view const> args, Reply reply
   return false;
 }
 
+bool Connection::command(std::initializer_list<std::string_view> args, Receiver& receiver) {
+  return send(std::span<std::string_view const>(args.begin(), args.size()), &Connection::onReceived,
+              &receiver);
+}
+
 bool Connection::subscribe(std::string_view verb, std::string_view channel) {
   std::string_view const args[] = {verb, channel};
   return send(args, &Connection::onSubscription, this);
@@ -144,6 +149,10 @@ void Connection::onReply(redisAsyncContext*, void* reply, void* data) {
   std::unique_ptr<Reply> held(static_cast<Reply*>(data));
   // A null reply is a reply that will never come: the connection is going.
   if (reply && *held) (*held)(*static_cast<redisReply*>(reply));
+}
+
+void Connection::onReceived(redisAsyncContext*, void* reply, void* data) {
+  if (reply) static_cast<Receiver*>(data)->onReply(*static_cast<redisReply*>(reply));
 }
 
 void Connection::onSubscription(redisAsyncContext* context, void* reply, void* data) {

@@ -26,6 +26,17 @@ namespace Statedb::Redis {
 class Connection {
  public:
   using Reply = std::function<void(redisReply const& reply)>;
+  // Takes the replies of many commands without a callback allocated for each: replies come in
+  // the order the commands went, so a receiver that queues what it asked knows what each answers.
+  // A connection that closes drops the replies still owed without a word; the receiver starts
+  // over with the next connection.
+  class Receiver {
+   public:
+    virtual void onReply(redisReply const& reply) = 0;
+
+   protected:
+    ~Receiver() = default;
+  };
   using Closed = std::function<void(std::string const& reason)>;
 
   Connection(Zel::ActivityManager& loop, Closed onClosed);
@@ -47,6 +58,7 @@ class Connection {
   // whole batch matters.
   bool command(std::initializer_list<std::string_view> args, Reply reply);
   bool commandArgv(std::span<std::string_view const> args, Reply reply);
+  bool command(std::initializer_list<std::string_view> args, Receiver& receiver);
   // Subscribes (SUBSCRIBE or PSUBSCRIBE) to `channel`: the confirmation and every message
   // arrive at `onMessage`, which outlives the connection's context.
   bool subscribe(std::string_view verb, std::string_view channel);
@@ -54,6 +66,7 @@ class Connection {
 
  private:
   static void onReply(redisAsyncContext* context, void* reply, void* data);
+  static void onReceived(redisAsyncContext* context, void* reply, void* data);
   static void onSubscription(redisAsyncContext* context, void* reply, void* data);
   static void onConnect(redisAsyncContext const* context, int status);
   static void onDisconnect(redisAsyncContext const* context, int status);

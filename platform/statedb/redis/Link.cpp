@@ -155,6 +155,10 @@ bool Link::command(std::initializer_list<std::string_view> args, Connection::Rep
   return state_ == State::up && commands_.command(args, std::move(reply));
 }
 
+bool Link::command(std::initializer_list<std::string_view> args, Connection::Receiver& receiver) {
+  return state_ == State::up && commands_.command(args, receiver);
+}
+
 void Link::probe(std::function<void()> done) {
   std::uint64_t const token = nextProbe_++;
   probes_.emplace_back(token, std::move(done));

@@ -134,12 +134,17 @@ void Mirror::read(std::string const& key) {
     log_(refusalLine(key, decoded.refusal));
     return;
   }
+  if (!link_.command({"HGETALL", key}, *this)) return;
   reading_[key] = false;
+  asked_.push_back(key);
   ++reads_;
-  std::uint64_t const generation = generation_;
-  link_.command({"HGETALL", key}, [this, key, generation](redisReply const& reply) {
-    if (generation == generation_) onHash(key, reply);
-  });
+}
+
+void Mirror::onReply(redisReply const& reply) {
+  if (asked_.empty()) return;
+  std::string const key = std::move(asked_.front());
+  asked_.pop_front();
+  onHash(key, reply);
 }
 
 void Mirror::onHash(std::string const& key, redisReply const& reply) {
@@ -195,6 +200,7 @@ void Mirror::resync() {
   ++generation_;
   deleted_.clear();  // what happened while no notification came is unknown
   reading_.clear();
+  asked_.clear();
   seen_.clear();
   scansOwed_ = 2;
   scan(kLedTable, "0");
@@ -208,6 +214,7 @@ void Mirror::linkDown() {
     if (dirty_.insert(key).second) dirtyOrder_.push_back(key);
   }
   reading_.clear();
+  asked_.clear();
   scansOwed_ = 0;
 }
 

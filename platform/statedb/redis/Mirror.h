@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -20,7 +21,7 @@
 
 namespace Statedb::Redis {
 
-class Mirror {
+class Mirror final : private Connection::Receiver {
  public:
   Mirror(Zel::ActivityManager& loop, Link& link, Hardware::Gpio::GpioLedSystemConfigDir& mappings,
          Hardware::Led::LedSystemConfigDir& leds, Log log);
@@ -40,6 +41,7 @@ class Mirror {
   void flushSoon();
   void flush();
   void read(std::string const& key);
+  void onReply(redisReply const& reply) override;
   void onHash(std::string const& key, redisReply const& reply);
   void applyLed(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
   void applyMapping(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
@@ -57,6 +59,7 @@ class Mirror {
   std::unordered_set<std::string> dirty_;
   // Keys being read, and whether they were touched again meanwhile.
   std::unordered_map<std::string, bool> reading_;
+  std::deque<std::string> asked_;  // the keys of the reads in flight, in the order sent
   bool flushQueued_ = false;
   std::size_t scansOwed_ = 0;
   std::unordered_set<std::string> seen_;

@@ -101,16 +101,20 @@ void PinTableWriter::flush() {
   for (auto const& name : names) {
     auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(Zel::Name(name)));
     auto held = written_.find(name);
-    std::string const key = keyOf(kPinTable, name);
     if (pin) {
       std::uint32_t const value = pin->value();
-      if (held != written_.end() && held->second == value) continue;
-      written_[name] = value;
-      link_.command({"HSET", key, kPinValueField, std::to_string(value)}, nullptr);
+      if (held == written_.end()) {
+        held = written_.emplace(name, value).first;
+      } else if (held->second == value) {
+        continue;
+      }
+      held->second = value;
+      link_.command({"HSET", keyOf(kPinTable, name), kPinValueField, std::to_string(value)},
+                    nullptr);
       ++writes_;
     } else if (held != written_.end()) {
       written_.erase(held);
-      link_.command({"DEL", key}, nullptr);
+      link_.command({"DEL", keyOf(kPinTable, name)}, nullptr);
       ++writes_;
     }
   }
@@ -120,7 +124,7 @@ void PinTableWriter::rewrite() {
   ++generation_;
   syncing_ = true;
   scanning_ = true;
-  readsOwed_ = 0;
+  asked_.clear();
   written_.clear();
   scanned_.clear();
   scan("0");
@@ -128,6 +132,7 @@ void PinTableWriter::rewrite() {
 
 void PinTableWriter::linkDown() {
   ++generation_;
+  asked_.clear();
   syncing_ = false;
   scanning_ = false;
 }
@@ -170,25 +175,24 @@ void PinTableWriter::readValue(std::string const& key) {
     ++writes_;
     return;
   }
-  ++readsOwed_;
-  std::uint64_t const generation = generation_;
-  link_.command({"HGET", key, kPinValueField}, [this, name, generation](redisReply const& reply) {
-    if (generation != generation_) return;
-    std::string const text = replyText(reply);
-    std::uint32_t value = kUnknown;
-    if (text == "0" || text == "1") value = text == "1" ? 1 : 0;
-    written_.emplace(name, value);
-    if (!marked_.count(name)) {
-      marked_.insert(name);
-      markedOrder_.push_back(name);
-    }
-    --readsOwed_;
-    syncStep();
-  });
+  if (link_.command({"HGET", key, kPinValueField}, *this)) asked_.push_back(name);
+}
+
+void PinTableWriter::onReply(redisReply const& reply) {
+  if (asked_.empty()) return;
+  std::string name = std::move(asked_.front());
+  asked_.pop_front();
+  std::string_view const text =
+      reply.type == REDIS_REPLY_STRING ? std::string_view(reply.str, reply.len) : "";
+  std::uint32_t value = kUnknown;
+  if (text == "0" || text == "1") value = text == "1" ? 1 : 0;
+  if (marked_.insert(name).second) markedOrder_.push_back(name);
+  written_.emplace(std::move(name), value);
+  syncStep();
 }
 
 void PinTableWriter::syncStep() {
-  if (scanning_ || readsOwed_ != 0 || !syncing_) return;
+  if (scanning_ || !asked_.empty() || !syncing_) return;
   syncing_ = false;
   for (auto member : pins_->entries()) mark(member.key.stdString());
   flush();
