@@ -186,7 +186,6 @@ void PinTableWriter::onReply(redisReply const& reply) {
       reply.type == REDIS_REPLY_STRING ? std::string_view(reply.str, reply.len) : "";
   std::uint32_t value = kUnknown;
   if (text == "0" || text == "1") value = text == "1" ? 1 : 0;
-  if (marked_.insert(name).second) markedOrder_.push_back(name);
   written_.emplace(std::move(name), value);
   syncStep();
 }
@@ -194,7 +193,16 @@ void PinTableWriter::onReply(redisReply const& reply) {
 void PinTableWriter::syncStep() {
   if (scanning_ || !asked_.empty() || !syncing_) return;
   syncing_ = false;
-  for (auto member : pins_->entries()) mark(member.key.stdString());
+  // Only what differs is marked: a reconnect with nothing changed queues no work per pin.
+  for (auto member : pins_->entries()) {
+    auto const pin = Zel::ptrCast<CorvelPinConfig>(member.value);
+    std::string name = member.key.stdString();
+    auto const held = written_.find(name);
+    if (!pin || held == written_.end() || held->second != pin->value()) mark(name);
+  }
+  for (auto const& [name, value] : written_) {
+    if (!pins_->entityRef(Zel::Name(name))) mark(name);
+  }
   flush();
 }
 
