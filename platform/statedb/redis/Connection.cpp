@@ -63,6 +63,7 @@ bool Connection::open(Endpoint const& endpoint, std::string const* password, boo
   // The reader keeps its buffer between replies: giving back a large idle buffer after every
   // batch makes the allocator consolidate all its small free chunks each time.
   context->c.reader->maxbuf = 0;
+  replies_.attachTo(*context->c.reader);
   loopAttach(loop_, context);
   redisAsyncSetConnectCallback(context, &Connection::onConnect);
   redisAsyncSetDisconnectCallback(context, &Connection::onDisconnect);

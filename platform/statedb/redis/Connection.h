@@ -13,6 +13,7 @@
 #include <string_view>
 
 #include "platform/statedb/redis/Endpoint.h"
+#include "platform/statedb/redis/ReplyArena.h"
 
 struct redisAsyncContext;
 struct redisReply;
@@ -78,6 +79,8 @@ class Connection {
   Closed onClosed_;
   Reply onMessage_;
   redisAsyncContext* context_ = nullptr;
+  // Outlives each context: the client library hands back what it decoded when it frees one.
+  ReplyArena replies_;
   // The wire form of the command being queued; kept to reuse its capacity.
   std::string wire_;
   // Tells deferred reports whether this connection still exists.
