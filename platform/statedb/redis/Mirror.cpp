@@ -118,9 +118,8 @@ void Mirror::flushSoon() {
 void Mirror::flush() {
   flushQueued_ = false;
   if (!link_.isUp()) return;  // resync on reconnect reads them all
-  // While the tables are scanned, reads would queue ahead of each next SCAN step and stretch
-  // the scan; the keys found are read in one batch when it ends.
-  if (scansOwed_ != 0) return;
+  // While the tables are scanned, each page's keys are read as it comes: the next SCAN step is
+  // already sent, so the server answers the reads while the agent applies the previous ones.
   std::vector<std::string> keys;
   keys.swap(dirtyOrder_);
   dirty_.clear();

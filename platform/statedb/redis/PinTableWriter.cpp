@@ -126,7 +126,6 @@ void PinTableWriter::rewrite() {
   scanning_ = true;
   asked_.clear();
   written_.clear();
-  scanned_.clear();
   scan("0");
 }
 
@@ -143,26 +142,22 @@ void PinTableWriter::scan(std::string const& cursor) {
       {"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
       [this, generation](redisReply const& reply) {
         if (generation != generation_) return;
-        std::string next = "0";
-        if (reply.type == REDIS_REPLY_ARRAY && reply.elements == 2) {
-          redisReply const& keys = *reply.element[1];
-          for (std::size_t i = 0; i < keys.elements; ++i) {
-            scanned_.push_back(replyText(*keys.element[i]));
-          }
-          next = replyText(*reply.element[0]);
-        } else {
+        if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
           log_("statedb: cannot scan " + std::string(kPinTable) + ": " + replyText(reply));
-        }
-        if (next == "0") {
-          // Read back only now: reads queued between SCAN steps would delay each next step.
           scanning_ = false;
-          std::vector<std::string> found;
-          found.swap(scanned_);
-          for (auto const& key : found) readValue(key);
-          syncStep();
+          return syncStep();
+        }
+        // The next step goes first: the server then answers the reads of this page while the
+        // agent takes in the previous ones, rather than one after the other.
+        std::string const next = replyText(*reply.element[0]);
+        if (next == "0") {
+          scanning_ = false;
         } else {
           scan(next);
         }
+        redisReply const& keys = *reply.element[1];
+        for (std::size_t i = 0; i < keys.elements; ++i) readValue(replyText(*keys.element[i]));
+        syncStep();
       });
 }
 

@@ -59,8 +59,7 @@ class PinTableWriter final : private Connection::Receiver {
   bool flushQueued_ = false;
   bool syncing_ = false;
   bool scanning_ = false;
-  std::vector<std::string> scanned_;  // keys found by the scan, read back when it ends
-  std::deque<std::string> asked_;     // pins whose value is being read back, in the order asked
+  std::deque<std::string> asked_;  // pins whose value is being read back, in the order asked
   std::uint64_t generation_ = 0;
   std::uint64_t writes_ = 0;
 };
