@@ -1,6 +1,6 @@
 // One client connection to the database server, driven from the activity loop. Commands are
-// queued with a reply callback and written in one batch when the socket is writable, which
-// pipelines everything issued within a loop turn. A connection that breaks reports it once,
+// queued with a reply callback (or none) and written in one batch as the loop turn ends, which
+// pipelines everything issued within the turn. A connection that breaks reports it once,
 // from the loop, never from inside the client library; replies still owed are dropped, since
 // whoever issued them starts over on reconnect.
 #pragma once
