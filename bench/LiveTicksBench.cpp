@@ -1,8 +1,8 @@
 // Live tick accuracy: LEDs flashing at 0.5 s on the monotonic clock, the loop running for real.
 // Arguments: LED count, seconds of each of the two stretches, and the span in milliseconds over
 // which the flashing settings arrive, evenly, as LEDs switched one after another (0: all at once,
-// in one burst). The peer comparison starts its LEDs over the same spans. Each run belongs in a process of its own (the peak resident size is the
-// process's).
+// in one burst). The peer comparison starts its LEDs over the same spans. Each run belongs in a
+// process of its own (the peak resident size is the process's).
 #include <benchmark/benchmark.h>
 
 #include <sys/timerfd.h>
@@ -71,8 +71,8 @@ void liveTicks(benchmark::State& state) {
     TickObserver::Log lateness;
     lateness.reserve(static_cast<std::size_t>(seconds / kFlashInterval + 2) * leds);
     std::vector<Ptr<TickObserver>> const observers = observersOf(rig, leds, &lateness);
-    auto publisher = Zel::allocate<SettingPublisher>(
-        rig, leds, flashing(kFlashInterval), loop.currentTime(), spread);
+    auto publisher = Zel::allocate<SettingPublisher>(rig, leds, flashing(kFlashInterval),
+                                                     loop.currentTime(), spread);
     LoopCost const observed = runLoop(loop, seconds);
     publisher->notifierIs(nullptr);
     for (Ptr<TickObserver> const& observer : observers) observer->notifierIs(nullptr);
@@ -82,8 +82,7 @@ void liveTicks(benchmark::State& state) {
     state.counters["ticks"] = static_cast<double>(lateness.size());
     // Every tick but each LED's first, which has no earlier change to be compared with.
     state.counters["ticks_expected"] =
-        static_cast<double>(leds) *
-        ((seconds - spread / 2) / kFlashInterval - 2);
+        static_cast<double>(leds) * ((seconds - spread / 2) / kFlashInterval - 2);
     state.counters["late_p50_us"] = quantile(lateness, 0.50) * 1e6;
     state.counters["late_p99_us"] = quantile(lateness, 0.99) * 1e6;
     state.counters["late_max_us"] = quantile(lateness, 1.0) * 1e6;

@@ -114,6 +114,7 @@ def build_rows(table, results):
     memory_rows(table, results)
     peer_rows(table, results)
     database_rows(table, results)
+    driver_rows(table, results)
     panel_rows(table, results)
 
 
@@ -312,6 +313,35 @@ def database_rows(table, results):
                   "< 1/s: keep-alive only", idle["wakes_per_s"] < 1.0)
 
 
+def driver_rows(table, results):
+    prefix = "DriverSwitching/leds:10000/driving:{}/"
+    alone, latched, unlatched = (results.benchmark("driver.json", prefix.format(mode))
+                                 for mode in (0, 2, 1))
+    label = "10 Driver, switching 10/s each (values file), pin writes/s latched / unlatched"
+    target = "latched = final changes, ~1/3 unlatched"
+    if latched is None or unlatched is None or alone is None:
+        table.unavailable(label, count(10000), target)
+    else:
+        share = ratio(latched["pin_writes_per_s"], unlatched["pin_writes_per_s"])
+        table.add(label, count(10000), "{} / {} (final changes {}, x{:.2f})".format(
+            count(latched["pin_writes_per_s"]), count(unlatched["pin_writes_per_s"]),
+            count(latched["final_changes_per_s"]), share), target,
+            latched["pin_writes_per_s"] == latched["final_changes_per_s"] and 0.3 <= share <= 0.37)
+        table.add("10 Driver, switching, CPU per simulated s: latched / unlatched / agent alone",
+                  count(10000), "{:.2f} % / {:.0f} % / {:.2f} % of one core".format(
+                      latched["cpu_pct"], unlatched["cpu_pct"], alone["cpu_pct"]))
+    for spread, how in ((0, "all at once"), (500, "staggered over 0.5 s")):
+        label = "10 Driver, 0.5 s flashing live (values file), {}, CPU share".format(how)
+        entry = results.benchmark(
+            "driver.json", "DriverFlashing/leds:10000/seconds:20/spread_ms:{}/".format(spread))
+        if entry is None:
+            table.unavailable(label, count(10000), "< 5 %")
+            continue
+        table.add(label, count(10000), "{:.2f} % of one core, {} pin writes/s, {:.0f} wakes/s".format(
+            entry["cpu_share_pct"], count(entry["pin_writes_per_s"]), entry["wakes_per_s"]),
+            "< 5 %", entry["cpu_share_pct"] < 5.0)
+
+
 def panel_rows(table, results):
     entry = results.peer("panel-500.json")
     label = "9 Front panel on 160x50, 500 LEDs flashing out of phase"
@@ -364,6 +394,15 @@ Notes
   process (agent and backend) and of redis-server are taken over the same spans: on a shared
   machine they show where the time goes when other load stretches the wall time. Idle:
   connected, 20 s, nothing flashing.
+- Driver: the real agent and the pin driver writing every pin (four per LED) into one values
+  file in a temporary directory, replaced whole at each write. Switching: each LED switches
+  between green and green+red 10 times a second, in batches of 1,000 every 10 ms, so the agent
+  writes green dark and lit again within a change; virtual time (2 s latched and without the
+  driver, 20 ms unlatched, as each unlatched pin write rewrites the whole file). The final
+  changes are counted apart from the driver, from the pins as they stand after each batch's
+  turn; the run fails when the latched writes differ from them. CPU per simulated second is the
+  process's CPU time over the simulated time. Flashing: monotonic clock, 1 s to settle, 20 s
+  measured; CPU share of the whole process (agent, loop, driver and file writes).
 - Front panel: warden runs a script that switches 500 LEDs to flashing at 0.5 s one after another
   over 0.5 s, on a pseudo-terminal of 160x50 (bench/panel/measure_panel.py); 15 s measured once
   all flash. CPU share is the whole warden process's (agent, loop and panel); output is the

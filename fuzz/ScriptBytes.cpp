@@ -11,8 +11,8 @@
 #include "fuzz/AllocationBalance.h"
 #include "fuzz/MappingReadiness.h"
 #include "fuzz/WaitBudget.h"
-#include "host/script/Executor.h"
 #include "host/run/TraceCollector.h"
+#include "host/script/Executor.h"
 #include "platform/cell/Cell.h"
 
 namespace WardenFuzz {

@@ -7,6 +7,7 @@
 #include "host/live/LiveRun.h"
 #include "host/run/Options.h"
 #include "host/script/CheckRun.h"
+#include "host/serve/DriveRun.h"
 #include "host/serve/ServeRun.h"
 
 int main(int argc, char** argv) {
@@ -26,6 +27,8 @@ int main(int argc, char** argv) {
       return Host::runLive(parsed.options);
     case Host::Options::Mode::serve:
       return Host::runServe(arguments);
+    case Host::Options::Mode::drive:
+      return Host::runDrive(parsed.options);
   }
   return 2;
 }

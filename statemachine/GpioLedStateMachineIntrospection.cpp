@@ -59,7 +59,8 @@ Reply dispatchMachine(Zel::PtrInterface& object, std::size_t position, Request c
       return writePins(machine, &GpioLedStateMachine::handleCorvelGpioOrange, args);
     case handleLedSystemConfig: {
       Zel::Name const ledSystemConfig = args.at(0, "ledSystemConfig").asName();
-      machine.handleLedSystemConfig(ledSystemConfig, args.at(1, "setting").as<::Led::LightSetting>());
+      machine.handleLedSystemConfig(ledSystemConfig,
+                                    args.at(1, "setting").as<::Led::LightSetting>());
       return Reply::done();
     }
     case clock:

@@ -13,7 +13,7 @@ class GpioLines {
  public:
   virtual ~GpioLines() = default;
   // A chip by name ("gpiochip0"), label, path or number; sets `chip` to a handle.
-  virtual int openChip(std::string const& spec, std::size_t& chip) = 0;
+  virtual int openChip(std::string const& address, std::size_t& chip) = 0;
   virtual int findLine(std::size_t chip, std::string const& name, unsigned& offset) = 0;
   // One output request for lines of one chip and one polarity, lit as `values` (logical).
   virtual int request(std::size_t chip, std::vector<unsigned> const& offsets, bool activeLow,

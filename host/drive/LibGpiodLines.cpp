@@ -24,19 +24,19 @@ class LibGpiodLines final : public GpioLines {
     for (gpiod_chip* chip : chips_) gpiod_chip_close(chip);
   }
 
-  int openChip(std::string const& spec, std::size_t& chip) override {
-    auto const known = bySpec_.find(spec);
-    if (known != bySpec_.end()) {
+  int openChip(std::string const& address, std::size_t& chip) override {
+    auto const known = byAddress_.find(address);
+    if (known != byAddress_.end()) {
       chip = known->second;
       return 0;
     }
     errno = 0;
     // Tries the number, the name, the path and the label in turn.
-    gpiod_chip* opened = gpiod_chip_open_lookup(spec.c_str());
+    gpiod_chip* opened = gpiod_chip_open_lookup(address.c_str());
     if (!opened) return errno != 0 ? errno : ENOENT;
     chip = chips_.size();
     chips_.push_back(opened);
-    bySpec_.emplace(spec, chip);
+    byAddress_.emplace(address, chip);
     return 0;
   }
 
@@ -82,7 +82,7 @@ class LibGpiodLines final : public GpioLines {
 
  private:
   std::vector<gpiod_chip*> chips_;
-  std::unordered_map<std::string, std::size_t> bySpec_;
+  std::unordered_map<std::string, std::size_t> byAddress_;
   std::vector<gpiod_line_bulk> requests_;
 };
 

@@ -124,7 +124,7 @@ void PinDriver::claimAll() {
     Pin& pin = pins_[fault.pin];
     pin.claimed = false;
     pin.shown.reset();
-    pin.error = fault.text;
+    errorIs(fault.pin, fault.text);
     missing_.push_back(map_.where(*pin.address) + ": pin '" + pin.address->pin +
                        "': " + fault.text);
   }
@@ -147,6 +147,7 @@ void PinDriver::follow(Zel::Name const& name) {
   if (mapped == map_.index.end()) {
     if (entity && warnedUnmapped_.insert(key).second) {
       log_("pins: pin '" + key + "' is not in " + map_.source + "; it is not driven");
+      if (faultListener_) faultListener_(key, true);
     }
     return;
   }
@@ -212,7 +213,7 @@ void PinDriver::writeNow(std::vector<PinWrite> const& writes) {
   for (PinWrite const& write : writes) {
     perBackend[static_cast<std::size_t>(pins_[write.pin].address->backend)].push_back(write);
     pins_[write.pin].shown = write.lit;
-    pins_[write.pin].error.clear();
+    if (!pins_[write.pin].error.empty()) errorIs(write.pin, {});
   }
   writes_ += writes.size();
   for (std::size_t b = 0; b < backends_.size(); ++b) {
@@ -225,7 +226,7 @@ void PinDriver::fault(PinFault const& failed) {
   Pin& pin = pins_[failed.pin];
   // The hardware holds what it held; unknown, so that the next latch that meets the pin writes it.
   pin.shown.reset();
-  pin.error = failed.text;
+  errorIs(failed.pin, failed.text);
   if (!pin.dirty) {
     pin.dirty = true;
     dirty_.push_back(failed.pin);
@@ -235,6 +236,17 @@ void PinDriver::fault(PinFault const& failed) {
   }
   pin.errorsReported.push_back(failed.error);
   log_("pins: " + map_.where(*pin.address) + ": pin '" + pin.address->pin + "': " + failed.text);
+}
+
+// Keeps the count of failing pins as it goes, so that a view asking at every frame costs nothing.
+void PinDriver::errorIs(std::size_t index, std::string text) {
+  Pin& pin = pins_[index];
+  bool const was = !pin.error.empty();
+  pin.error = std::move(text);
+  bool const is = !pin.error.empty();
+  if (was == is) return;
+  failing_ = is ? failing_ + 1 : failing_ - 1;
+  if (faultListener_) faultListener_(pin.address->pin, is);
 }
 
 void PinDriver::lampTest(double seconds) {

@@ -41,6 +41,9 @@ struct DriverOptions {
 class PinDriver {
  public:
   using Log = std::function<void(std::string const& line)>;
+  // Told when a pin starts or stops failing, and once of each pin the agent writes that the map
+  // does not name, so that a view marks just that pin.
+  using FaultListener = std::function<void(std::string const& pin, bool failing)>;
 
   struct Pin {
     PinAddress const* address = nullptr;
@@ -72,6 +75,10 @@ class PinDriver {
   // Pins that could not be claimed, as "map:line: pin 'X': reason".
   std::vector<std::string> const& missing() const noexcept { return missing_; }
   std::uint64_t writeCount() const noexcept { return writes_; }
+  // Mapped pins whose last write or claim failed.
+  std::size_t failingCount() const noexcept { return failing_; }
+  std::unordered_set<std::string> const& unmapped() const noexcept { return warnedUnmapped_; }
+  void faultListenerIs(FaultListener listener) { faultListener_ = std::move(listener); }
 
  private:
   class DirReactor;
@@ -87,6 +94,7 @@ class PinDriver {
   void latch();
   void writeNow(std::vector<PinWrite> const& writes);
   void fault(PinFault const& fault);
+  void errorIs(std::size_t pin, std::string text);
   void lampTestEnd();
   static void detach(Zel::Ptr<PinReactor>& reactor);
 
@@ -106,6 +114,8 @@ class PinDriver {
   bool lampOn_ = false;
   Zel::Ptr<LampTimer> lampTimer_;
   std::uint64_t writes_ = 0;
+  std::size_t failing_ = 0;
+  FaultListener faultListener_;
   std::shared_ptr<bool> alive_;  // a queued latch outliving the driver finds it gone
 };
 

@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <string_view>
 
+#include "host/drive/PinDriver.h"
 #include "host/live/PinChangeLog.h"
 #include "platform/zel/Allocate.h"
 
@@ -116,6 +117,32 @@ void FrontPanel::resize() {
   layOut();
 }
 
+void FrontPanel::driverIs(Drive::PinDriver* driver) {
+  if (driver_) driver_->faultListenerIs(nullptr);
+  driver_ = driver;
+  driverBackends_.clear();
+  if (!driver_) return;
+  bool used[3] = {false, false, false};
+  for (Drive::PinAddress const& address : driver_->map().pins) {
+    used[static_cast<std::size_t>(address.backend)] = true;
+  }
+  for (auto backend : {Drive::Backend::gpiod, Drive::Backend::led, Drive::Backend::file}) {
+    if (!used[static_cast<std::size_t>(backend)]) continue;
+    if (!driverBackends_.empty()) driverBackends_ += ", ";
+    driverBackends_ += Drive::backendName(backend);
+  }
+  // What failed before the panel heard of the driver, then each change as it comes.
+  for (Drive::PinDriver::Pin const& pin : driver_->pins()) {
+    if (!pin.error.empty()) cells_.pinFailingIs(pin.address->pin, true);
+  }
+  for (std::string const& pin : driver_->unmapped()) cells_.pinFailingIs(pin, true);
+  driver_->faultListenerIs([this](std::string const& pin, bool failing) {
+    cells_.pinFailingIs(pin, failing);
+    scheduleRedraw();
+  });
+  scheduleRedraw();
+}
+
 void FrontPanel::scheduleRedraw() {
   if (redrawQueued_) return;
   redrawQueued_ = true;
@@ -162,7 +189,21 @@ std::string FrontPanel::titleLine() const {
   char elapsed[32];
   std::snprintf(elapsed, sizeof elapsed, "%.1f s", session_.elapsed());
   std::string const legend = style_.unicode ? "● lit  ○ dark" : "O lit  . dark";
-  return title_ + "   " + elapsed + "   " + legend + "   (yellow green red orange)";
+  return title_ + "   " + elapsed + "   " + legend + "   (yellow green red orange)" +
+         driverStatus();
+}
+
+// Cheap at every frame: the backends are known from the start and the driver counts its
+// failing pins as they change.
+std::string FrontPanel::driverStatus() const {
+  if (!driver_) return {};
+  std::string status = "   pins: " + driverBackends_;
+  std::size_t const failing = driver_->failingCount();
+  std::size_t const unmapped = driver_->unmapped().size();
+  if (failing != 0) status += ", " + std::to_string(failing) + " failing";
+  if (unmapped != 0) status += ", " + std::to_string(unmapped) + " unmapped";
+  if (failing + unmapped != 0) status += " (!)";
+  return status;
 }
 
 std::string FrontPanel::recentLine() const {
@@ -204,6 +245,7 @@ void FrontPanel::layOut() {
   if (drawn_.size() != lines.size()) drawn_.assign(lines.size(), kUnknownRow);
   std::string frame;
   for (std::size_t row = 0; row < lines.size(); ++row) writeRow(frame, row, std::move(lines[row]));
+  appendCellChanges(frame, static_cast<std::size_t>(std::max(style_.width, 20)));
   flushFrame(frame);
 }
 
@@ -212,21 +254,26 @@ void FrontPanel::drawChanges() {
   std::string frame;
   std::size_t const width = static_cast<std::size_t>(std::max(style_.width, 20));
   writeRow(frame, 0, clipToWidth(titleLine(), width));
+  appendCellChanges(frame, width);
+  if (recentRow_ != kNoRow && recentRow_ < drawn_.size()) {
+    writeRow(frame, recentRow_, clipToWidth(recentLine(), width));
+  }
+  flushFrame(frame);
+}
+
+void FrontPanel::appendCellChanges(std::string& frame, std::size_t width) {
   std::size_t cursorRow = kNoRow, cursorColumn = 0;
   for (PanelCells::Change const& change : cells_.changes(session_.pins())) {
     if (change.row >= drawn_.size() || change.column >= width) continue;
     if (change.row != cursorRow || change.column != cursorColumn) {
       appendMoveTo(frame, change.row, change.column);
     }
-    frame += elementGlyph(change.light, change.colour, style_);
+    frame += change.isFailureMark ? failureGlyph(change.failing, style_)
+                                  : elementGlyph(change.light, change.colour, style_);
     cursorRow = change.row;
     cursorColumn = change.column + 1;
     drawn_[change.row] = kUnknownRow;
   }
-  if (recentRow_ != kNoRow && recentRow_ < drawn_.size()) {
-    writeRow(frame, recentRow_, clipToWidth(recentLine(), width));
-  }
-  flushFrame(frame);
 }
 
 void FrontPanel::writeRow(std::string& out, std::size_t row, std::string line) {

@@ -29,6 +29,7 @@ class FrontPanel : public LiveView {
   void pinChanged(PinChange const& change) override;
   void refresh() override;
   void resize() override;
+  void driverIs(Drive::PinDriver* driver) override;
 
  private:
   class FrameTimer;
@@ -37,12 +38,14 @@ class FrontPanel : public LiveView {
   void drawFrame();
   void layOut();
   void drawChanges();
+  void appendCellChanges(std::string& frame, std::size_t width);
   void writeRow(std::string& out, std::size_t row, std::string line);
   void flushFrame(std::string const& frame);
   void reserveRows(int rows);
   std::vector<Hardware::Gpio::GpioLedConfig const*> mappingsInOrder();
   std::string titleLine() const;
   std::string recentLine() const;
+  std::string driverStatus() const;
 
   static constexpr std::size_t kRecentChanges = 8;
   static constexpr int kMinConsoleRows = 4;
@@ -57,7 +60,9 @@ class FrontPanel : public LiveView {
   std::unordered_map<std::string, std::size_t> order_;  // LED name -> when it was first seen
   std::deque<PinChange> recent_;
   PanelCells cells_;
-  std::size_t recentRow_ = 0;  // kNoRow when the recent line does not fit
+  Drive::PinDriver* driver_ = nullptr;
+  std::string driverBackends_;  // "file, gpiod": fixed while the driver runs
+  std::size_t recentRow_ = 0;   // kNoRow when the recent line does not fit
   static constexpr std::size_t kNoRow = static_cast<std::size_t>(-1);
   bool layoutStale_ = true;  // LEDs may have come or gone: the next frame lays the panel out
   bool redrawQueued_ = false;

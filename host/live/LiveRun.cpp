@@ -36,17 +36,18 @@ bool outputIsTerminal() {
 class LiveRun {
  public:
   LiveRun(Options const& options, RunSetup& setup) : options_(options), setup_(setup) {
-    executor_.emplace(Executor::Settings{Zel::ActivityManager::TimeSource::monotonic, false, options_.database},
-                      setup_.traces(), std::cout,
-                      [](SourceLocation const& where, std::string const& what) {
-                        std::cout << where.text() << ": " << what << std::endl;
-                      });
+    executor_.emplace(
+        Executor::Settings{Zel::ActivityManager::TimeSource::monotonic, false, options_.database},
+        setup_.traces(), std::cout, [](SourceLocation const& where, std::string const& what) {
+          std::cout << where.text() << ": " << what << std::endl;
+        });
   }
 
   ~LiveRun() {
     console_.reset();
     signals_.reset();
     watcher_.reset();
+    if (view_) view_->driverIs(nullptr);
     driver_.reset();
     view_.reset();
     executor_.reset();  // the agent's last records still reach the host's sink
@@ -75,6 +76,7 @@ class LiveRun {
         [this](PinChange const& change) { view_->pinChanged(change); });
     announce(fromStdin);
     if (!startDriver(session)) return 1;
+    if (driver_) view_->driverIs(driver_.get());
     try {
       executor_->startAgent(setup_.agentFactory(), options_.agentName,
                             fromStdin ? kStandardInput : options_.scripts[0]);

@@ -4,6 +4,10 @@
 
 #include "host/live/PinWatcher.h"
 
+namespace Drive {
+class PinDriver;
+}
+
 namespace Host {
 
 class LiveView {
@@ -14,6 +18,8 @@ class LiveView {
   virtual void refresh() {}
   // The terminal changed size.
   virtual void resize() {}
+  // The driver lighting the pins, to show what it could not light; null before it goes away.
+  virtual void driverIs(Drive::PinDriver* /*driver*/) {}
 };
 
 }  // namespace Host

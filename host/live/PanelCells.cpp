@@ -22,21 +22,38 @@ void PanelCells::layOut(std::vector<LedLights> const& leds, std::vector<ElementP
     for (std::size_t colour = 0; colour < kColourCount; ++colour) {
       cell.drawn[colour] = leds[i].elements[colour];
       for (Zel::Name const& pin : cell.pins[colour]) {
-        slotsOfPin_[pin.stdString()].push_back({i, colour});
+        std::string name = pin.stdString();
+        if (failing_.contains(name)) ++cell.failingPins;
+        slotsOfPin_[std::move(name)].push_back({i, colour});
       }
     }
+    // The layout draws no failure marks: the next frame adds them.
+    if (cell.failingPins != 0) mark(i);
   }
+}
+
+void PanelCells::pinFailingIs(std::string const& pin, bool failing) {
+  bool const changed = failing ? failing_.insert(pin).second : failing_.erase(pin) != 0;
+  if (!changed) return;
+  auto const found = slotsOfPin_.find(pin);
+  if (found == slotsOfPin_.end()) return;
+  for (Slot const& slot : found->second) {
+    Cell& cell = cells_[slot.cell];
+    failing ? ++cell.failingPins : --cell.failingPins;
+    mark(slot.cell);
+  }
+}
+
+void PanelCells::mark(std::size_t index) {
+  if (cells_[index].marked) return;
+  cells_[index].marked = true;
+  marked_.push_back(index);
 }
 
 void PanelCells::pinChanged(std::string const& pin) {
   auto const found = slotsOfPin_.find(pin);
   if (found == slotsOfPin_.end()) return;
-  for (Slot const& slot : found->second) {
-    Cell& cell = cells_[slot.cell];
-    if (cell.marked) continue;
-    cell.marked = true;
-    marked_.push_back(slot.cell);
-  }
+  for (Slot const& slot : found->second) mark(slot.cell);
 }
 
 std::vector<PanelCells::Change> PanelCells::changes(Zel::Dir const& pins) {
@@ -44,6 +61,14 @@ std::vector<PanelCells::Change> PanelCells::changes(Zel::Dir const& pins) {
   for (std::size_t index : marked_) {
     Cell& cell = cells_[index];
     cell.marked = false;
+    if ((cell.failingPins != 0) != cell.failureDrawn) {
+      cell.failureDrawn = cell.failingPins != 0;
+      Change& mark = changed.emplace_back();
+      mark.row = cell.row;
+      mark.column = geometry_.markColumn(cell.column);
+      mark.isFailureMark = true;
+      mark.failing = cell.failureDrawn;
+    }
     for (std::size_t colour = 0; colour < kColourCount; ++colour) {
       ElementLight light;
       for (Zel::Name const& pin : cell.pins[colour]) {

@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <string>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "host/live/PanelLayout.h"
@@ -27,6 +28,8 @@ class PanelCells {
     std::array<ElementLight, kColourCount> drawn;
     std::size_t row = 0;     // screen row, from 0
     std::size_t column = 0;  // cell column in its row
+    std::size_t failingPins = 0;
+    bool failureDrawn = false;
     bool marked = false;
   };
 
@@ -36,6 +39,9 @@ class PanelCells {
     std::size_t column = 0;
     std::size_t colour = 0;
     ElementLight light;
+    // Not an element but the cell's failure mark, between its name and its elements.
+    bool isFailureMark = false;
+    bool failing = false;
   };
 
   // `leds` in panel order, as just drawn, with their pins; the cells start at screen row
@@ -43,6 +49,9 @@ class PanelCells {
   void layOut(std::vector<LedLights> const& leds, std::vector<ElementPins> pins,
               PanelGeometry const& geometry, std::size_t firstRow, std::size_t shownRows);
   void pinChanged(std::string const& pin);
+  // The driver could not light `pin` as the agent meant (a failed write, an unmapped pin). Kept
+  // across layouts; the cells of the pin are marked for the next frame.
+  void pinFailingIs(std::string const& pin, bool failing);
   bool anyMarked() const noexcept { return !marked_.empty(); }
   // The elements of the marked cells whose light differs from what was drawn, taken as drawn.
   std::vector<Change> changes(Zel::Dir const& pins);
@@ -55,7 +64,10 @@ class PanelCells {
 
   std::vector<Cell> cells_;
   std::unordered_map<std::string, std::vector<Slot>> slotsOfPin_;
+  void mark(std::size_t cell);
+
   std::vector<std::size_t> marked_;
+  std::unordered_set<std::string> failing_;
   PanelGeometry geometry_;
 };
 

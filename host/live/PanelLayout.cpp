@@ -42,6 +42,15 @@ std::string elementGlyph(ElementLight const& element, std::size_t colour, PanelS
   return std::string(element.lit ? kLitColour[colour] : kDarkColour[colour]) + glyph + kReset;
 }
 
+std::string failureGlyph(bool failing, PanelStyle const& style) {
+  if (!failing) return " ";
+  return style.colour ? std::string("\033[1;97;41m!") + kReset : std::string("!");
+}
+
+std::size_t PanelGeometry::markColumn(std::size_t column) const noexcept {
+  return column * (cellWidth + kCellGap) + nameWidth;
+}
+
 std::size_t PanelGeometry::elementColumn(std::size_t column, std::size_t colour) const noexcept {
   return column * (cellWidth + kCellGap) + nameWidth + 1 + colour;
 }

@@ -27,9 +27,14 @@ struct PanelGeometry {
 
   // The screen column (from 0) of a colour element of the cell at `column` in its row.
   std::size_t elementColumn(std::size_t column, std::size_t colour) const noexcept;
+  // The screen column of the cell's failure mark: the space between its name and its elements.
+  std::size_t markColumn(std::size_t column) const noexcept;
 };
 
 PanelGeometry panelGeometry(std::vector<LedLights> const& leds, PanelStyle const& style);
+
+// A cell's failure mark: '!' where the driver could not light a pin of the cell, else blank.
+std::string failureGlyph(bool failing, PanelStyle const& style);
 
 // One colour element as the panel draws it, with its colour.
 std::string elementGlyph(ElementLight const& element, std::size_t colour, PanelStyle const& style);

@@ -32,13 +32,23 @@ std::pair<std::string, std::uint32_t> parseTrace(std::string const& text) {
   return {facility, levels};
 }
 
+double parseSeconds(std::string const& name, std::string const& text) {
+  double seconds = 0;
+  auto const [end, ec] = std::from_chars(text.data(), text.data() + text.size(), seconds);
+  if (text.empty() || ec != std::errc() || end != text.data() + text.size() || !(seconds > 0) ||
+      seconds > 86400) {
+    throw UsageError{name + " needs a number of seconds above 0, not '" + text + "'"};
+  }
+  return seconds;
+}
+
 class OptionReader {
  public:
   explicit OptionReader(std::vector<std::string> const& arguments) : arguments_(arguments) {}
 
   Options read() {
     Options options;
-    if (arguments_.empty()) throw UsageError{"missing command (run, check or serve)"};
+    if (arguments_.empty()) throw UsageError{"missing command (run, check, serve or drive)"};
     std::string const& command = arguments_[0];
     if (command == "run") {
       options.mode = Options::Mode::run;
@@ -46,11 +56,13 @@ class OptionReader {
       options.mode = Options::Mode::check;
     } else if (command == "serve") {
       options.mode = Options::Mode::serve;
+    } else if (command == "drive") {
+      options.mode = Options::Mode::drive;
     } else if (command == "help" || command == "--help" || command == "-h") {
       options.mode = Options::Mode::help;
       return options;
     } else {
-      throw UsageError{"unknown command '" + command + "' (run, check or serve)"};
+      throw UsageError{"unknown command '" + command + "' (run, check, serve or drive)"};
     }
     for (next_ = 1; next_ < arguments_.size(); ++next_) option(options, arguments_[next_]);
     if (options.mode == Options::Mode::check && options.scripts.empty()) {
@@ -61,6 +73,12 @@ class OptionReader {
     }
     if (options.mode == Options::Mode::serve && !options.scripts.empty()) {
       throw UsageError{"serve takes no script"};
+    }
+    if (options.mode == Options::Mode::drive) {
+      if (!options.scripts.empty()) throw UsageError{"drive takes no script"};
+      if (options.database.url.empty() || options.pinMap.empty()) {
+        throw UsageError{"drive needs --db URL and --pins FILE"};
+      }
     }
     return options;
   }
@@ -95,6 +113,8 @@ class OptionReader {
       options.pinMap = value();
     } else if (name == "--pins-partial" && equals == std::string::npos) {
       options.pinsPartial = true;
+    } else if (name == "--lamp-test-seconds") {
+      options.lampTestSeconds = parseSeconds(name, value());
     } else if (name == "--db") {
       options.database.url = value();
     } else if (name == "--db-password-file") {
@@ -132,6 +152,7 @@ std::string usageText() {
   return R"(usage: warden run   [OPTIONS] [SCRIPT]
        warden check [OPTIONS] SCRIPT...
        warden serve [--config FILE] [OPTIONS]
+       warden drive --db URL --pins FILE [OPTIONS]
 
   run     runs the agent live: SCRIPT's commands (or, without SCRIPT, commands typed on
           standard input), then goes on until interrupted or `quit`
@@ -140,6 +161,8 @@ std::string usageText() {
   serve   runs the agent as a service: no console, no panel, logs to standard error, tells
           systemd when it is ready; FILE (TOML) sets any option below by its long name
           (agent = "...", cell = 2, trace = ["Pinlamp/3"]), and the command line overrides it
+  drive   drives the pins of the pin map FILE from the pin table of the database server, for
+          an agent that runs in another process; no agent runs in this one
 
 options:
   --agent PATH               the agent plug-in (default: the one built or installed with warden)
@@ -152,6 +175,8 @@ options:
                              the pin map FILE says; warden does not start when a mapped pin
                              cannot be claimed
   --pins-partial             run: drive the pins that can be claimed and report the others
+  --lamp-test-seconds N      serve, drive: SIGUSR2 lights every mapped pin for N seconds, then
+                             shows what the agent shows (default: 10)
   --db URL                   follow the inputs from, and write the pins to, a database server:
                              unix:PATH[?db=N&user=NAME&password-file=FILE] or
                              redis://[NAME@]HOST[:PORT][/N][?password-file=FILE]; check

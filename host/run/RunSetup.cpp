@@ -16,7 +16,9 @@ RunSetup::RunSetup(Options const& options, std::ostream& traceOut)
   }
 }
 
-RunSetup::~RunSetup() { Zel::traceSinkIs(nullptr); }
+RunSetup::~RunSetup() {
+  Zel::traceSinkIs(nullptr);
+}
 
 void RunSetup::traceLevelsIs(std::uint32_t recordedAgentLevels) {
   for (auto const& [facility, levels] : options_.traces) traces_.printedLevelsIs(facility, levels);

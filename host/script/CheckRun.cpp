@@ -2,9 +2,9 @@
 
 #include <optional>
 
+#include "host/run/RunSetup.h"
 #include "host/script/Executor.h"
 #include "host/script/ScriptFile.h"
-#include "host/run/RunSetup.h"
 
 namespace Host {
 
@@ -50,7 +50,8 @@ class ScriptChecker {
 
   std::size_t run(std::string const& path, Script const& script) {
     setup_.traceLevelsIs(expectedTraceLevels(script));
-    Executor executor({Zel::ActivityManager::TimeSource::virtualTime, true, options_.database}, setup_.traces(), out_,
+    Executor executor({Zel::ActivityManager::TimeSource::virtualTime, true, options_.database},
+                      setup_.traces(), out_,
                       [this](SourceLocation const& where, std::string const& what) {
                         out_ << where.text() << ": " << what << '\n';
                       });

@@ -12,10 +12,10 @@
 
 #include "host/run/AgentInspector.h"
 #include "host/run/Options.h"
-#include "host/script/CommandWindow.h"
-#include "host/script/ScriptParser.h"
 #include "host/run/Session.h"
 #include "host/run/TraceCollector.h"
+#include "host/script/CommandWindow.h"
+#include "host/script/ScriptParser.h"
 
 namespace Host {
 

@@ -14,23 +14,19 @@ std::string joined(std::vector<std::string> const& names) {
   return text;
 }
 
-LinkSettings settingsFor(Session const& session) {
-  LinkSettings settings;
-  // Virtual time runs ahead of any server's answers: a keep-alive would time out at once.
-  if (!session.isLive()) settings.keepalive = settings.timeout = Zel::Clock::kNever;
-  return settings;
-}
-
 }  // namespace
 
 std::unique_ptr<ServerTables> ServerTables::serverTablesIs(DatabaseOptions const& options,
                                                            Session& session, std::string& error) {
-  auto endpoint = endpointOf(options.url, error);
-  if (!endpoint) return nullptr;
-  if (!options.passwordFile.empty()) endpoint->passwordFile = options.passwordFile;
-  error = refusalOf(*endpoint, options.allowInsecure);
-  if (!error.empty()) return nullptr;
-  auto publisher = TablePublisher::publisherIs(*endpoint, error);
+  auto database = ServerDatabase::serverDatabaseIs(
+      options, session,
+      [live = session.isLive()](std::string const& line) {
+        // A check connects once per script; saying so every time is noise.
+        if (live || line.find(" connected to ") == std::string::npos) std::cerr << line << '\n';
+      },
+      error);
+  if (!database) return nullptr;
+  auto publisher = TablePublisher::publisherIs(database->endpoint(), error);
   if (!publisher) return nullptr;
   try {
     // A check starts each script from nothing; a live run follows what is published already.
@@ -42,25 +38,19 @@ std::unique_ptr<ServerTables> ServerTables::serverTablesIs(DatabaseOptions const
     error = e.what();
     return nullptr;
   }
-  auto backend = std::make_unique<Backend>(
-      session.loop(), *endpoint, settingsFor(session), session.mappings(), session.leds(),
-      session.pins(), [live = session.isLive()](std::string const& line) {
-        // A check connects once per script; saying so every time is noise.
-        if (live || line.find(" connected to ") == std::string::npos) std::cerr << line << '\n';
-      });
-  backend->start();
+  database->start();
   std::unique_ptr<ServerTables> tables(
-      new ServerTables(session, std::move(backend), std::move(publisher)));
+      new ServerTables(session, std::move(database), std::move(publisher)));
   if (!tables->settle()) {
-    error = "no answer from " + endpoint->describe();
+    error = "no answer from " + tables->database_->endpoint().describe();
     return nullptr;
   }
   return tables;
 }
 
-ServerTables::ServerTables(Session& session, std::unique_ptr<Backend> backend,
+ServerTables::ServerTables(Session& session, std::unique_ptr<ServerDatabase> database,
                            std::unique_ptr<TablePublisher> publisher)
-    : session_(session), backend_(std::move(backend)), publisher_(std::move(publisher)) {}
+    : session_(session), database_(std::move(database)), publisher_(std::move(publisher)) {}
 
 void ServerTables::publish(MappingCommand const& command) {
   Hash hash;
@@ -90,7 +80,7 @@ bool ServerTables::withdraw(RemoveCommand const& command) {
 
 bool ServerTables::settle() {
   bool done = false;
-  backend_->barrier([&done] { done = true; });
+  database_->whenSynced([&done] { done = true; });
   for (int turn = 0; turn < 2000 && !done; ++turn) {
     session_.guarded([this] { session_.loop().pollIo(0.005); });
   }

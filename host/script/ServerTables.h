@@ -8,10 +8,10 @@
 #include <memory>
 #include <string>
 
-#include "host/script/Command.h"
 #include "host/run/Options.h"
+#include "host/run/ServerDatabase.h"
 #include "host/run/Session.h"
-#include "platform/statedb/redis/Backend.h"
+#include "host/script/Command.h"
 #include "platform/statedb/redis/TablePublisher.h"
 
 namespace Host {
@@ -31,11 +31,11 @@ class ServerTables {
   bool settle();
 
  private:
-  ServerTables(Session& session, std::unique_ptr<Statedb::Redis::Backend> backend,
+  ServerTables(Session& session, std::unique_ptr<ServerDatabase> database,
                std::unique_ptr<Statedb::Redis::TablePublisher> publisher);
 
   Session& session_;
-  std::unique_ptr<Statedb::Redis::Backend> backend_;
+  std::unique_ptr<ServerDatabase> database_;
   std::unique_ptr<Statedb::Redis::TablePublisher> publisher_;
 };
 

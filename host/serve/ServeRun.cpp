@@ -6,6 +6,7 @@
 #include <iostream>
 #include <memory>
 #include <optional>
+#include <sstream>
 #include <thread>
 
 #include "host/drive/DriverReport.h"
@@ -13,6 +14,7 @@
 #include "host/live/SignalWatch.h"
 #include "host/run/AgentProfile.h"
 #include "host/run/RunSetup.h"
+#include "host/run/ServerDatabase.h"
 #include "host/run/Session.h"
 #include "host/serve/PeriodicTimer.h"
 #include "host/serve/Readiness.h"
@@ -27,10 +29,11 @@ namespace {
 // How often the STATUS= line is brought up to date.
 constexpr double kStatusInterval = 5.0;
 
-// Readiness conditions: the agent's mounts, and with a pin map the pins claimed. A database that
-// resynchronises adds its first resync beside them.
+// Readiness conditions: the agent's mounts, with a pin map the pins claimed, and with a database
+// server its first resync applied (and the pins written in reaction in the pin table).
 constexpr char kMountsCondition[] = "mounts";
 constexpr char kPinsCondition[] = "pins";
+constexpr char kDatabaseCondition[] = "database";
 
 // Test-only: with this set to N seconds, SIGUSR1 blocks the activity loop for N seconds, so
 // that a test can see the watchdog pings stop while the loop is stuck.
@@ -72,6 +75,7 @@ class ServeRun {
     watchdog_.reset();
     signals_.reset();
     driver_.reset();
+    database_.reset();
     session_.reset();  // the agent's last records still reach the host's sink
   }
 
@@ -87,7 +91,7 @@ class ServeRun {
     watchSignals();
     log_.notice("serving agent '" + options_.agentName + "' from " + setup_.plugin().path() +
                 " on cell " + std::to_string(options_.cell) + ", database " + databaseState());
-    if (!startDriver() || !startAgent()) return 1;
+    if (!startDriver() || !startAgent() || !startDatabase()) return 1;
     readiness_.waitingDone();
     startTimers();
     session_->loop().run();
@@ -102,10 +106,10 @@ class ServeRun {
     Zel::ActivityManager& loop = session_->loop();
     if (stallSeconds() > 0) {
       signals_ = std::make_unique<SignalWatch>(
-          loop, handler, std::initializer_list<int>{SIGINT, SIGTERM, SIGHUP, SIGUSR1});
+          loop, handler, std::initializer_list<int>{SIGINT, SIGTERM, SIGHUP, SIGUSR1, SIGUSR2});
     } else {
-      signals_ = std::make_unique<SignalWatch>(loop, handler,
-                                               std::initializer_list<int>{SIGINT, SIGTERM, SIGHUP});
+      signals_ = std::make_unique<SignalWatch>(
+          loop, handler, std::initializer_list<int>{SIGINT, SIGTERM, SIGHUP, SIGUSR2});
     }
   }
 
@@ -148,6 +152,38 @@ class ServeRun {
     return true;
   }
 
+  // Follows the server once the agent listens to its directories; a server that is not there
+  // yet is retried, and readiness waits for it.
+  bool startDatabase() {
+    if (options_.database.url.empty()) return true;
+    std::string error;
+    database_ = ServerDatabase::serverDatabaseIs(
+        options_.database, *session_, [this](std::string const& line) { databaseLog(line); },
+        error);
+    if (!database_) {
+      log_.error("database: " + error);
+      return false;
+    }
+    readiness_.conditionIs(kDatabaseCondition);
+    database_->stateHandlerIs([this] {
+      if (readiness_.isReady()) updateStatus();
+    });
+    database_->start();
+    database_->whenSynced([this] { readiness_.conditionMet(kDatabaseCondition); });
+    return true;
+  }
+
+  // The link logs a loss and its recovery once each; a loss is worth a warning.
+  void databaseLog(std::string const& line) {
+    bool const trouble =
+        line.find(": lost ") != std::string::npos || line.find(": cannot ") != std::string::npos;
+    if (trouble) {
+      log_.warning(line);
+    } else {
+      log_.notice(line);
+    }
+  }
+
   void becomeReady() {
     log_.info("ready");
     updateStatus();
@@ -175,14 +211,18 @@ class ServeRun {
                      driven + "; database " + databaseState());
   }
 
-  // The embedded database is always there; a remote one reports connected or lost here.
-  std::string databaseState() const { return "embedded"; }
+  std::string databaseState() const {
+    if (!database_) return options_.database.url.empty() ? "embedded" : options_.database.url;
+    return database_->endpoint().describe() + " " + database_->state();
+  }
 
   void onSignal(int signal) {
     if (signal == SIGHUP) {
       reload();
     } else if (signal == SIGUSR1) {
       stall();
+    } else if (signal == SIGUSR2) {
+      lampTest();
     } else {
       stop(signal);
     }
@@ -221,6 +261,16 @@ class ServeRun {
     }
   }
 
+  // Lights every mapped pin, then shows what the agent shows by then; the agent's own pin
+  // configuration is not written, so nothing else that follows the pins sees the test.
+  void lampTest() {
+    if (!driver_) return log_.warning("SIGUSR2: a lamp test needs a pin map (pins = \"FILE\")");
+    std::ostringstream line;
+    line << "lamp test for " << options_.lampTestSeconds << " s";
+    log_.notice(line.str());
+    driver_->lampTest(options_.lampTestSeconds);
+  }
+
   void stall() {
     double const seconds = stallSeconds();
     log_.warning("stalling the activity loop for " + std::to_string(seconds) + " s (" +
@@ -237,6 +287,7 @@ class ServeRun {
   std::vector<std::string> restartOnlyConfig_;
   std::optional<Session> session_;
   std::unique_ptr<Drive::PinDriver> driver_;
+  std::unique_ptr<ServerDatabase> database_;
   std::unique_ptr<SignalWatch> signals_;
   std::optional<PeriodicTimer> watchdog_;
   std::optional<PeriodicTimer> statusTimer_;

@@ -37,12 +37,12 @@ class RecordingLines final : public GpioLines {
  public:
   explicit RecordingLines(GpioBench& bench) : bench_(bench) {}
 
-  int openChip(std::string const& spec, std::size_t& chip) override {
-    if (bench_.absentChips.count(spec)) return ENOENT;
+  int openChip(std::string const& address, std::size_t& chip) override {
+    if (bench_.absentChips.count(address)) return ENOENT;
     for (chip = 0; chip < chips_.size(); ++chip) {
-      if (chips_[chip] == spec) return 0;
+      if (chips_[chip] == address) return 0;
     }
-    chips_.push_back(spec);
+    chips_.push_back(address);
     return 0;
   }
   int findLine(std::size_t, std::string const& name, unsigned& offset) override {

@@ -68,6 +68,25 @@ TEST_F(PanelCellsTest, GivesOnlyTheElementsWhoseLightChangedAtTheirPlace) {
   EXPECT_TRUE(cells_.changes(*pins_).empty());
 }
 
+TEST_F(PanelCellsTest, MarksACellWhilstAnyOfItsPinsFailsAcrossLayouts) {
+  cells_.pinFailingIs("br1", true);  // before the layout: the driver failed at start
+  layOut(2);
+  auto changes = cells_.changes(*pins_);
+  ASSERT_EQ(changes.size(), 1u);
+  EXPECT_TRUE(changes[0].isFailureMark);
+  EXPECT_TRUE(changes[0].failing);
+  EXPECT_EQ(changes[0].row, 1u);
+  EXPECT_EQ(changes[0].column, 9u);  // between b's name and its elements
+
+  cells_.pinFailingIs("br2", true);
+  cells_.pinFailingIs("br1", false);  // br2 still fails
+  EXPECT_TRUE(cells_.changes(*pins_).empty());
+  cells_.pinFailingIs("br2", false);
+  changes = cells_.changes(*pins_);
+  ASSERT_EQ(changes.size(), 1u);
+  EXPECT_FALSE(changes[0].failing);
+}
+
 TEST_F(PanelCellsTest, IgnoresCellsBelowTheScreen) {
   layOut(1);
   pinIs("cg", 1);

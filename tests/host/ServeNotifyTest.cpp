@@ -19,6 +19,9 @@
 #include <string>
 #include <vector>
 
+#include "platform/statedb/redis/TablePublisher.h"
+#include "tests/redis/RedisServer.h"
+
 namespace Host {
 namespace {
 
@@ -60,6 +63,15 @@ class ServeNotifyTest : public testing::Test {
   }
 
   void startWarden(std::string const& config = "") {
+    if (config.empty()) {
+      startWardenWith({"serve", "--agent", AGENT_PLUGIN, "--trace", "Pinlamp/3"});
+    } else {
+      startWardenWith({"serve", "--agent", AGENT_PLUGIN, "--config", config});
+    }
+  }
+
+  // Runs warden with `arguments` as the service manager would start it.
+  void startWardenWith(std::vector<std::string> const& arguments) {
     std::string const log = (dir_ / "stderr").string();
     child_ = ::fork();
     ASSERT_GE(child_, 0);
@@ -75,13 +87,11 @@ class ServeNotifyTest : public testing::Test {
       if (::fstat(STDERR_FILENO, &status) != 0) ::_exit(127);
       ::setenv("JOURNAL_STREAM",
                (std::to_string(status.st_dev) + ":" + std::to_string(status.st_ino)).c_str(), 1);
-      if (config.empty()) {
-        ::execl(WARDEN_PROGRAM, WARDEN_PROGRAM, "serve", "--agent", AGENT_PLUGIN, "--trace",
-                "Pinlamp/3", static_cast<char*>(nullptr));
-      } else {
-        ::execl(WARDEN_PROGRAM, WARDEN_PROGRAM, "serve", "--agent", AGENT_PLUGIN, "--config",
-                config.c_str(), static_cast<char*>(nullptr));
-      }
+      std::vector<char*> argv{const_cast<char*>(WARDEN_PROGRAM)};
+      for (std::string const& argument : arguments)
+        argv.push_back(const_cast<char*>(argument.c_str()));
+      argv.push_back(nullptr);
+      ::execv(WARDEN_PROGRAM, argv.data());
       ::_exit(127);
     }
   }
@@ -244,6 +254,146 @@ TEST_F(ServeNotifyTest, HangUpReloadsTheTraceLevelsAndKeepsTheRest) {
       << wardenLog();
 
   ASSERT_EQ(::kill(child_, SIGTERM), 0);
+  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+}
+
+// With a database server of the test's own and a pin map that drives a values file.
+class ServeDatabaseTest : public ServeNotifyTest {
+ protected:
+  void SetUp() override {
+    ServeNotifyTest::SetUp();
+    std::string error;
+    auto endpoint = Statedb::Redis::endpointOf(server_.url(), error);
+    ASSERT_TRUE(endpoint) << error;
+    publisher_ = Statedb::Redis::TablePublisher::publisherIs(*endpoint, error);
+    ASSERT_TRUE(publisher_) << error;
+    std::ofstream(dir_ / "pins.toml") << "values_file = \"pins.values\"\n"
+                                         "[[pin]]\nname = \"g\"\nbackend = \"file\"\n"
+                                         "[[pin]]\nname = \"r\"\nbackend = \"file\"\n";
+  }
+
+  // Led1 lit green on pins g (green) and r (red), published before warden starts.
+  void publishGreenLed() {
+    publisher_->hashIs("GPIO_LED|Led1", {{"green", "g"}, {"red", "r"}, {"ready", "1"}}, true);
+    publisher_->hashIs("LED_CONFIG|Led1", {{"green", "1"}}, true);
+  }
+
+  void serve() {
+    startWardenWith({"serve", "--agent", AGENT_PLUGIN, "--db", server_.url(), "--pins",
+                     (dir_ / "pins.toml").string(), "--lamp-test-seconds", "1"});
+  }
+
+  std::string pinTableValue(std::string const& pin) {
+    for (auto const& [field, value] : publisher_->hash("GPIO_PIN|" + pin)) {
+      if (field == "value") return value;
+    }
+    return "";
+  }
+
+  std::string values() const {
+    std::ifstream in(dir_ / "pins.values");
+    std::ostringstream text;
+    text << in.rdbuf();
+    return text.str();
+  }
+
+  bool awaitValues(std::string const& text, double seconds) {
+    auto const deadline =
+        Clock::now() + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
+    while (Clock::now() < deadline) {
+      if (values() == text) return true;
+      next(0.02);  // paces the wait on the socket rather than on a sleep
+    }
+    return false;
+  }
+
+  std::size_t logCount(std::string const& text) const {
+    std::string const log = wardenLog();
+    std::size_t count = 0;
+    for (auto at = log.find(text); at != std::string::npos; at = log.find(text, at + 1)) ++count;
+    return count;
+  }
+
+  PinlampTest::RedisServer server_;
+  std::unique_ptr<Statedb::Redis::TablePublisher> publisher_;
+};
+
+TEST_F(ServeDatabaseTest, ReadyOnceTheTablesAreAppliedThenReportsTheLossAndRecoveryOnce) {
+  publishGreenLed();
+  serve();
+  std::vector<Message> beforeReady;
+  ASSERT_TRUE(awaitMessage("READY=1", 20, &beforeReady)) << wardenLog();
+  // Ready means the agent has acted on what the server held and its pins are in the pin table.
+  EXPECT_EQ(pinTableValue("g"), "1");
+  EXPECT_EQ(pinTableValue("r"), "0");
+  ASSERT_FALSE(beforeReady.empty());
+  EXPECT_NE(beforeReady.back().text.find(" connected"), std::string::npos)
+      << beforeReady.back().text;
+  EXPECT_TRUE(awaitValues("g 1\nr 0\n", 5)) << values();
+
+  server_.stop(SIGKILL);
+  auto lost = awaitMessage("STATUS=", 10);
+  ASSERT_TRUE(lost) << wardenLog();
+  EXPECT_NE(lost->text.find("lost, reconnecting"), std::string::npos) << lost->text;
+  server_.start();
+  auto back = awaitMessage("STATUS=", 20);
+  ASSERT_TRUE(back) << wardenLog();
+  EXPECT_NE(back->text.find(" connected"), std::string::npos) << back->text;
+  // Retries are silent: one warning for the loss, one notice for the recovery.
+  EXPECT_EQ(logCount("<4>warden: statedb: lost "), 1u) << wardenLog();
+  EXPECT_EQ(logCount("<5>warden: statedb: reconnected "), 1u) << wardenLog();
+
+  ASSERT_EQ(::kill(child_, SIGTERM), 0);
+  ASSERT_TRUE(awaitMessage("STOPPING=1", 10)) << wardenLog();
+  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+}
+
+TEST_F(ServeDatabaseTest, LampTestLightsEveryPinThenRestoresWithoutTouchingThePinTable) {
+  publishGreenLed();
+  serve();
+  ASSERT_TRUE(awaitMessage("READY=1", 20)) << wardenLog();
+  ASSERT_TRUE(awaitValues("g 1\nr 0\n", 5)) << values();
+
+  ASSERT_EQ(::kill(child_, SIGUSR2), 0);
+  ASSERT_TRUE(awaitValues("g 1\nr 1\n", 5)) << values() << wardenLog();
+  EXPECT_EQ(pinTableValue("r"), "0") << "the lamp test wrote the agent's pins";
+  // Changed meanwhile: the end of the test shows what the agent shows by then.
+  publisher_->hashIs("LED_CONFIG|Led1", {{"green", "0"}, {"red", "1"}}, false);
+  EXPECT_TRUE(awaitValues("g 0\nr 1\n", 10)) << values() << wardenLog();
+  EXPECT_EQ(pinTableValue("g"), "0");
+  ASSERT_EQ(::kill(child_, SIGTERM), 0);
+  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+}
+
+TEST_F(ServeDatabaseTest, DriveFollowsThePinTableInAProcessOfItsOwn) {
+  // The agent's side, written as its pin table writer would.
+  publisher_->hashIs("GPIO_PIN|g", {{"value", "1"}}, true);
+  publisher_->hashIs("GPIO_PIN|r", {{"value", "0"}}, true);
+  startWardenWith({"drive", "--db", server_.url(), "--pins", (dir_ / "pins.toml").string()});
+  ASSERT_TRUE(awaitMessage("READY=1", 20)) << wardenLog();
+  // Claimed with the table's values, so that the start shows no dark blip.
+  EXPECT_EQ(values(), "g 1\nr 0\n");
+
+  publisher_->pipelined({{"MULTI"},
+                         {"HSET", "GPIO_PIN|g", "value", "0"},
+                         {"HSET", "GPIO_PIN|r", "value", "1"},
+                         {"EXEC"}});
+  EXPECT_TRUE(awaitValues("g 0\nr 1\n", 10)) << values() << wardenLog();
+
+  // Lost and back: what changed meanwhile arrives with the whole read.
+  server_.stop(SIGKILL);
+  ASSERT_TRUE(awaitLog("statedb: lost ", 10)) << wardenLog();
+  server_.start();
+  std::string error;
+  publisher_ = Statedb::Redis::TablePublisher::publisherIs(
+      *Statedb::Redis::endpointOf(server_.url(), error), error);
+  ASSERT_TRUE(publisher_) << error;
+  publisher_->hashIs("GPIO_PIN|g", {{"value", "1"}}, true);
+  publisher_->hashIs("GPIO_PIN|r", {{"value", "1"}}, true);
+  EXPECT_TRUE(awaitValues("g 1\nr 1\n", 20)) << values() << wardenLog();
+
+  ASSERT_EQ(::kill(child_, SIGTERM), 0);
+  ASSERT_TRUE(awaitMessage("STOPPING=1", 10)) << wardenLog();
   EXPECT_EQ(awaitExit(10), 0) << wardenLog();
 }
 

@@ -32,11 +32,13 @@ void Backend::onLinkUp() {
   // nothing.
   mirror_.resync();
   pinWriter_.rewrite();
+  if (upHandler_) upHandler_(true);
 }
 
 void Backend::onLinkDown() {
   mirror_.linkDown();
   pinWriter_.linkDown();
+  if (upHandler_) upHandler_(false);
 }
 
 void Backend::afterIdle(std::function<void()> then) {

@@ -34,6 +34,8 @@ class Backend final : private Link::Listener {
 
   void start() { link_.start(); }
   bool isUp() const noexcept { return link_.isUp(); }
+  // Told each time the link comes up (true) or is lost (false), after the backend's own work.
+  void upHandlerIs(std::function<void(bool up)> handler) { upHandler_ = std::move(handler); }
   // Calls `done` once every change published before now has reached the agent, the agent has
   // acted on it, and the pins it wrote are in the pin table.
   void barrier(std::function<void()> done);
@@ -54,6 +56,7 @@ class Backend final : private Link::Listener {
   Link link_;
   Mirror mirror_;
   PinTableWriter pinWriter_;
+  std::function<void(bool up)> upHandler_;
 };
 
 }  // namespace Statedb::Redis

@@ -1,0 +1,152 @@
+#include "host/serve/DriveRun.h"
+
+#include <csignal>
+#include <iostream>
+#include <memory>
+#include <optional>
+#include <sstream>
+
+#include "host/drive/DriverReport.h"
+#include "host/drive/PinDriver.h"
+#include "host/live/SignalWatch.h"
+#include "host/run/ServerDatabase.h"
+#include "host/serve/PeriodicTimer.h"
+#include "host/serve/ServiceLog.h"
+#include "host/serve/SystemdNotifier.h"
+#include "platform/statedb/redis/PinTableFollower.h"
+#include "platform/zel/ActivityManagerScope.h"
+
+namespace Host {
+
+namespace {
+
+constexpr double kStatusInterval = 5.0;
+
+class DriveRun {
+ public:
+  DriveRun(Options const& options, Drive::PinMap map, Statedb::Redis::Endpoint endpoint,
+           ServiceLog& log)
+      : options_(options),
+        log_(log),
+        map_(std::move(map)),
+        pins_(Zel::Dir::dirIs("pins")),
+        follower_(*loop_, std::move(endpoint), {}, *pins_,
+                  [this](std::string const& line) { databaseLog(line); }) {}
+
+  ~DriveRun() {
+    statusTimer_.reset();
+    watchdog_.reset();
+    signals_.reset();
+    driver_.reset();
+  }
+
+  int run() {
+    signals_ = std::make_unique<SignalWatch>(
+        *loop_, [this](int signal) { onSignal(signal); },
+        std::initializer_list<int>{SIGINT, SIGTERM, SIGHUP, SIGUSR2});
+    log_.notice("driving the pins of " + options_.pinMap + " from " +
+                follower_.link().endpoint().describe());
+    follower_.upHandlerIs([this](bool) {
+      if (driver_) updateStatus();
+    });
+    follower_.start();
+    // Claimed once the table is read, so that every line starts as the agent last showed it.
+    follower_.whenSynced([this] { claim(); });
+    loop_->run();
+    if (driver_) driver_->stop();
+    log_.notice("stopped");
+    return status_;
+  }
+
+ private:
+  void claim() {
+    try {
+      Drive::DriverOptions driverOptions;
+      driverOptions.partial = options_.pinsPartial;
+      driver_ = std::make_unique<Drive::PinDriver>(
+          std::move(map_), *pins_, *loop_, [this](std::string const& line) { log_.warning(line); },
+          driverOptions);
+    } catch (Drive::DriveError const& error) {
+      log_.error("pins that cannot be driven (pins-partial drives the rest): " +
+                 std::string(error.what()));
+      status_ = 1;
+      loop_->stop();
+      return;
+    }
+    log_.info("ready");
+    updateStatus();
+    notifier_.ready();
+    startTimers();
+  }
+
+  void startTimers() {
+    if (std::optional<double> const interval = SystemdNotifier::watchdogPingInterval()) {
+      watchdog_.emplace(*loop_, *interval, [this] { notifier_.watchdog(); });
+    }
+    statusTimer_.emplace(*loop_, kStatusInterval, [this] { updateStatus(); });
+  }
+
+  void updateStatus() {
+    notifier_.status(Drive::driverSummary(*driver_) + "; database " +
+                     follower_.link().endpoint().describe() +
+                     (follower_.isUp() ? " connected" : " lost, reconnecting"));
+  }
+
+  void databaseLog(std::string const& line) {
+    bool const trouble =
+        line.find(": lost ") != std::string::npos || line.find(": cannot ") != std::string::npos;
+    log_.line(trouble ? LogPriority::warning : LogPriority::notice, line);
+  }
+
+  void onSignal(int signal) {
+    if (signal == SIGUSR2) return lampTest();
+    if (signal == SIGHUP) return log_.info("SIGHUP: nothing to reload; a restart reads the map");
+    notifier_.stopping();
+    log_.notice(signal == SIGTERM ? "stopping on SIGTERM" : "stopping on SIGINT");
+    loop_->stop();
+  }
+
+  void lampTest() {
+    if (!driver_) return log_.warning("SIGUSR2: no lamp test before the pins are claimed");
+    std::ostringstream line;
+    line << "lamp test for " << options_.lampTestSeconds << " s";
+    log_.notice(line.str());
+    driver_->lampTest(options_.lampTestSeconds);
+  }
+
+  Options const& options_;
+  ServiceLog& log_;
+  Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::monotonic};
+  Drive::PinMap map_;
+  Zel::Ptr<Zel::Dir> pins_;
+  Statedb::Redis::PinTableFollower follower_;
+  SystemdNotifier notifier_;
+  std::unique_ptr<Drive::PinDriver> driver_;
+  std::unique_ptr<SignalWatch> signals_;
+  std::optional<PeriodicTimer> watchdog_;
+  std::optional<PeriodicTimer> statusTimer_;
+  int status_ = 0;
+};
+
+}  // namespace
+
+int runDrive(Options const& options) {
+  ServiceLog log(std::cerr, standardErrorIsJournal());
+  std::string error;
+  std::optional<Statedb::Redis::Endpoint> endpoint = endpointFor(options.database, error);
+  if (!endpoint) {
+    log.error("database: " + error);
+    return 2;
+  }
+  // A wrong map is refused before anything connects or is driven.
+  std::optional<Drive::PinMap> map;
+  try {
+    map = Drive::loadPinMap(options.pinMap);
+  } catch (Drive::PinMapError const& mapError) {
+    log.error(mapError.what());
+    return 2;
+  }
+  return DriveRun(options, std::move(*map), std::move(*endpoint), log).run();
+}
+
+}  // namespace Host
