@@ -1,16 +1,19 @@
 // One client connection to the database server, driven from the activity loop. Commands are
-// queued with a reply callback and written in one batch when the socket is writable, which
-// pipelines everything issued within a loop turn. A connection that breaks reports it once,
+// queued with a reply callback (or none) and written in one batch as the loop turn ends, which
+// pipelines everything issued within the turn. A connection that breaks reports it once,
 // from the loop, never from inside the client library; replies still owed are dropped, since
 // whoever issued them starts over on reconnect.
 #pragma once
 
 #include <functional>
+#include <initializer_list>
 #include <memory>
+#include <span>
 #include <string>
-#include <vector>
+#include <string_view>
 
 #include "platform/statedb/redis/Endpoint.h"
+#include "platform/statedb/redis/ReplyArena.h"
 
 struct redisAsyncContext;
 struct redisReply;
@@ -24,6 +27,17 @@ namespace Statedb::Redis {
 class Connection {
  public:
   using Reply = std::function<void(redisReply const& reply)>;
+  // Takes the replies of many commands without a callback allocated for each: replies come in
+  // the order the commands went, so a receiver that queues what it asked knows what each answers.
+  // A connection that closes drops the replies still owed without a word; the receiver starts
+  // over with the next connection.
+  class Receiver {
+   public:
+    virtual void onReply(redisReply const& reply) = 0;
+
+   protected:
+    ~Receiver() = default;
+  };
   using Closed = std::function<void(std::string const& reason)>;
 
   Connection(Zel::ActivityManager& loop, Closed onClosed);
@@ -40,26 +54,35 @@ class Connection {
   void close();
   bool isOpen() const noexcept { return context_ != nullptr; }
 
-  // Queues a command; false when the connection is closed.
-  bool command(std::vector<std::string> const& args, Reply reply);
+  // Queues a command; false when the connection is closed. A null `reply` costs no allocation:
+  // its reply is dropped as it arrives, which suits writes of which only the outcome of the
+  // whole batch matters.
+  bool command(std::initializer_list<std::string_view> args, Reply reply);
+  bool commandArgv(std::span<std::string_view const> args, Reply reply);
+  bool command(std::initializer_list<std::string_view> args, Receiver& receiver);
   // Subscribes (SUBSCRIBE or PSUBSCRIBE) to `channel`: the confirmation and every message
   // arrive at `onMessage`, which outlives the connection's context.
-  bool subscribe(std::string const& verb, std::string const& channel);
+  bool subscribe(std::string_view verb, std::string_view channel);
   void messageHandlerIs(Reply onMessage) { onMessage_ = std::move(onMessage); }
 
  private:
   static void onReply(redisAsyncContext* context, void* reply, void* data);
+  static void onReceived(redisAsyncContext* context, void* reply, void* data);
   static void onSubscription(redisAsyncContext* context, void* reply, void* data);
   static void onConnect(redisAsyncContext const* context, int status);
   static void onDisconnect(redisAsyncContext const* context, int status);
   void reportClosed(std::string const& reason);
-  bool send(std::vector<std::string> const& args,
+  bool send(std::span<std::string_view const> args,
             void (*trampoline)(redisAsyncContext*, void*, void*), void* data);
 
   Zel::ActivityManager& loop_;
   Closed onClosed_;
   Reply onMessage_;
   redisAsyncContext* context_ = nullptr;
+  // Outlives each context: the client library hands back what it decoded when it frees one.
+  ReplyArena replies_;
+  // The wire form of the command being queued; kept to reuse its capacity.
+  std::string wire_;
   // Tells deferred reports whether this connection still exists.
   std::shared_ptr<Connection*> self_;
 };

@@ -151,8 +151,12 @@ void Link::fail(std::string const& reason) {
   backoff_ = std::min(backoff_ * 2.0, settings_.backoffMax);
 }
 
-bool Link::command(std::vector<std::string> const& args, Connection::Reply reply) {
+bool Link::command(std::initializer_list<std::string_view> args, Connection::Reply reply) {
   return state_ == State::up && commands_.command(args, std::move(reply));
+}
+
+bool Link::command(std::initializer_list<std::string_view> args, Connection::Receiver& receiver) {
+  return state_ == State::up && commands_.command(args, receiver);
 }
 
 void Link::probe(std::function<void()> done) {
@@ -162,7 +166,7 @@ void Link::probe(std::function<void()> done) {
 }
 
 void Link::sendProbe(std::uint64_t token) {
-  commands_.command({"PUBLISH", probeChannel_, std::to_string(token)}, [](redisReply const&) {});
+  commands_.command({"PUBLISH", probeChannel_, std::to_string(token)}, nullptr);
 }
 
 void Link::onMessage(redisReply const& reply) {

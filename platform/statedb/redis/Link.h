@@ -55,7 +55,8 @@ class Link {
   Endpoint const& endpoint() const noexcept { return endpoint_; }
 
   // Queues a command on the command connection; false while the link is down.
-  bool command(std::vector<std::string> const& args, Connection::Reply reply);
+  bool command(std::initializer_list<std::string_view> args, Connection::Reply reply);
+  bool command(std::initializer_list<std::string_view> args, Connection::Receiver& receiver);
   // Calls `done` once every keyspace notification that the server sent before now has been
   // handed to the listener: a message published to this link's own channel comes back on the
   // subscriber connection behind them. Survives an outage (sent again once up).

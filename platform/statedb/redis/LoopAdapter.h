@@ -1,6 +1,8 @@
 // Drives one asynchronous client context from the activity loop: the client asks for read and
 // write readiness of its socket through the adapter hooks, and the loop calls back into the
-// client when the socket is ready. No second event library and no thread.
+// client when the socket is ready. Output of a connected socket is written as the turn ends
+// without waiting for a readiness report; only a full socket waits for one. No second event
+// library and no thread.
 #pragma once
 
 struct redisAsyncContext;

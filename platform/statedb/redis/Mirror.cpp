@@ -30,15 +30,24 @@ PinNameSet const& pinSet(GpioLedConfig const& mapping, std::size_t colour) {
   }
 }
 
+// The distinct names of `pins` (duplicates in a list collapse in the set), without a set for
+// the few pins a colour usually has.
+std::size_t distinctCount(std::vector<std::string_view> const& pins) {
+  if (pins.size() > 8) return std::unordered_set<std::string_view>(pins.begin(), pins.end()).size();
+  std::size_t count = 0;
+  for (auto pin = pins.begin(); pin != pins.end(); ++pin) {
+    if (std::find(pins.begin(), pin, *pin) == pin) ++count;
+  }
+  return count;
+}
+
 bool sameMapping(GpioLedConfig const& held, Mapping const& wanted) {
   if (held.ready() != wanted.ready) return false;
   for (std::size_t colour = 0; colour < 4; ++colour) {
     PinNameSet const& set = pinSet(held, colour);
     auto const& pins = wanted.pins[colour];
-    // Duplicates in the list collapse in the set.
-    std::unordered_set<std::string_view> distinct(pins.begin(), pins.end());
-    if (set.size() != distinct.size()) return false;
-    for (auto pin : distinct) {
+    if (set.size() != distinctCount(pins)) return false;
+    for (auto pin : pins) {
       if (!set.find(Zel::Name(pin.data(), pin.size()))) return false;
     }
   }
@@ -52,13 +61,26 @@ Zel::Ptr<GpioLedConfig> built(Zel::Name const& name, Mapping const& mapping) {
   constexpr Add kAdd[4] = {&GpioLedConfig::gpioYellowNameIs, &GpioLedConfig::gpioGreenNameIs,
                            &GpioLedConfig::gpioRedNameIs, &GpioLedConfig::gpioOrangeNameIs};
   for (std::size_t colour = 0; colour < 4; ++colour) {
-    for (auto const& pin : mapping.pins[colour]) ((*config).*kAdd[colour])(Zel::Name(pin), true);
+    for (auto const pin : mapping.pins[colour]) {
+      ((*config).*kAdd[colour])(Zel::Name(pin.data(), pin.size()), true);
+    }
   }
   config->readyIs(mapping.ready);
   return config;
 }
 
 }  // namespace
+
+void fieldsOfReply(redisReply const& reply, std::vector<FieldView>& fields) {
+  fields.clear();
+  if (reply.type != REDIS_REPLY_ARRAY) return;
+  auto text = [](redisReply const* element) {
+    return element->str ? std::string_view(element->str, element->len) : std::string_view();
+  };
+  for (std::size_t i = 0; i + 1 < reply.elements; i += 2) {
+    fields.emplace_back(text(reply.element[i]), text(reply.element[i + 1]));
+  }
+}
 
 Hash hashOfReply(redisReply const& reply) {
   Hash hash;
@@ -76,10 +98,13 @@ Mirror::Mirror(Zel::ActivityManager& loop, Link& link,
 
 void Mirror::keyTouched(std::string_view key, std::string_view event) {
   if (event == "del") deleted_.emplace(key);
-  auto reading = reading_.find(std::string(key));
-  if (reading != reading_.end()) {
-    reading->second = true;  // read again once the answer in flight is in
-    return;
+  // Nothing is read while the tables are scanned: their keys come here by the thousand.
+  if (!reading_.empty()) {
+    auto reading = reading_.find(std::string(key));
+    if (reading != reading_.end()) {
+      reading->second = true;  // read again once the answer in flight is in
+      return;
+    }
   }
   auto [it, added] = dirty_.emplace(key);
   if (!added) return;
@@ -96,8 +121,9 @@ void Mirror::flushSoon() {
 void Mirror::flush() {
   flushQueued_ = false;
   if (!link_.isUp()) return;  // resync on reconnect reads them all
-  // While the tables are scanned, reads would queue ahead of each next SCAN step and stretch
-  // the scan; the keys found are read in one batch when it ends.
+  // While the tables are scanned the keys found are only collected, and read in one batch when
+  // the scan ends: read page by page, each page's entities reach the agent in a turn of its own,
+  // and building them turn by turn cost the agent more than the overlap saved.
   if (scansOwed_ != 0) return;
   std::vector<std::string> keys;
   keys.swap(dirtyOrder_);
@@ -112,12 +138,17 @@ void Mirror::read(std::string const& key) {
     log_(refusalLine(key, decoded.refusal));
     return;
   }
+  if (!link_.command({"HGETALL", key}, *this)) return;
   reading_[key] = false;
+  asked_.push_back(key);
   ++reads_;
-  std::uint64_t const generation = generation_;
-  link_.command({"HGETALL", key}, [this, key, generation](redisReply const& reply) {
-    if (generation == generation_) onHash(key, reply);
-  });
+}
+
+void Mirror::onReply(redisReply const& reply) {
+  if (asked_.empty()) return;
+  std::string const key = std::move(asked_.front());
+  asked_.pop_front();
+  onHash(key, reply);
 }
 
 void Mirror::onHash(std::string const& key, redisReply const& reply) {
@@ -131,16 +162,15 @@ void Mirror::onHash(std::string const& key, redisReply const& reply) {
   } else {
     KeyName const parts = *keyNameOf(key).value;
     Zel::Name const name(parts.name.data(), parts.name.size());
-    Hash const hash = hashOfReply(reply);
-    bool const replaced = deleted_.erase(key) > 0;
-    if (parts.table == kLedTable) applyLed(key, name, hash, replaced);
-    if (parts.table == kMappingTable) applyMapping(key, name, hash, replaced);
+    fieldsOfReply(reply, fields_);
+    bool const replaced = !deleted_.empty() && deleted_.erase(key) > 0;
+    if (parts.table == kLedTable) applyLed(key, name, fields_, replaced);
+    if (parts.table == kMappingTable) applyMapping(key, name, fields_, replaced);
   }
   quietCheck();
 }
 
-void Mirror::applyLed(std::string const& key, Zel::Name const& name, Hash const& hash,
-                      bool replaced) {
+void Mirror::applyLed(std::string const& key, Zel::Name const& name, HashView hash, bool replaced) {
   Zel::Ptr<Hardware::Led::LedConfig> held = leds_.leds(name);
   if (hash.empty()) {
     if (held) leds_.ledsDel(name);
@@ -157,7 +187,7 @@ void Mirror::applyLed(std::string const& key, Zel::Name const& name, Hash const&
   leds_.ledsIs(config);
 }
 
-void Mirror::applyMapping(std::string const& key, Zel::Name const& name, Hash const& hash,
+void Mirror::applyMapping(std::string const& key, Zel::Name const& name, HashView hash,
                           bool replaced) {
   Zel::Ptr<GpioLedConfig> held = mappings_.gpioLeds(name);
   if (hash.empty()) {
@@ -174,6 +204,7 @@ void Mirror::resync() {
   ++generation_;
   deleted_.clear();  // what happened while no notification came is unknown
   reading_.clear();
+  asked_.clear();
   seen_.clear();
   scansOwed_ = 2;
   scan(kLedTable, "0");
@@ -187,6 +218,7 @@ void Mirror::linkDown() {
     if (dirty_.insert(key).second) dirtyOrder_.push_back(key);
   }
   reading_.clear();
+  asked_.clear();
   scansOwed_ = 0;
 }
 

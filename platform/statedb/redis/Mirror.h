@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <functional>
 #include <string>
 #include <string_view>
@@ -20,7 +21,7 @@
 
 namespace Statedb::Redis {
 
-class Mirror {
+class Mirror final : private Connection::Receiver {
  public:
   Mirror(Zel::ActivityManager& loop, Link& link, Hardware::Gpio::GpioLedSystemConfigDir& mappings,
          Hardware::Led::LedSystemConfigDir& leds, Log log);
@@ -40,9 +41,10 @@ class Mirror {
   void flushSoon();
   void flush();
   void read(std::string const& key);
+  void onReply(redisReply const& reply) override;
   void onHash(std::string const& key, redisReply const& reply);
-  void applyLed(std::string const& key, Zel::Name const& name, Hash const& hash, bool replaced);
-  void applyMapping(std::string const& key, Zel::Name const& name, Hash const& hash, bool replaced);
+  void applyLed(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
+  void applyMapping(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
   void scan(std::string const& table, std::string const& cursor);
   void scanDone();
   void removeUnseen();
@@ -57,6 +59,7 @@ class Mirror {
   std::unordered_set<std::string> dirty_;
   // Keys being read, and whether they were touched again meanwhile.
   std::unordered_map<std::string, bool> reading_;
+  std::deque<std::string> asked_;  // the keys of the reads in flight, in the order sent
   bool flushQueued_ = false;
   std::size_t scansOwed_ = 0;
   std::unordered_set<std::string> seen_;
@@ -66,9 +69,11 @@ class Mirror {
   std::uint64_t generation_ = 0;
   std::uint64_t reads_ = 0;
   std::vector<std::function<void()>> quietWaiters_;
+  std::vector<FieldView> fields_;  // of the hash being applied; kept to reuse its capacity
 };
 
-// The fields of an HGETALL reply.
+// The fields of an HGETALL reply: copied, or as views into the reply.
 Hash hashOfReply(redisReply const& reply);
+void fieldsOfReply(redisReply const& reply, std::vector<FieldView>& fields);
 
 }  // namespace Statedb::Redis

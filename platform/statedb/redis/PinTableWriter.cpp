@@ -101,16 +101,20 @@ void PinTableWriter::flush() {
   for (auto const& name : names) {
     auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(Zel::Name(name)));
     auto held = written_.find(name);
-    std::string const key = keyOf(kPinTable, name);
     if (pin) {
       std::uint32_t const value = pin->value();
-      if (held != written_.end() && held->second == value) continue;
-      written_[name] = value;
-      link_.command({"HSET", key, kPinValueField, std::to_string(value)}, [](redisReply const&) {});
+      if (held == written_.end()) {
+        held = written_.emplace(name, value).first;
+      } else if (held->second == value) {
+        continue;
+      }
+      held->second = value;
+      link_.command({"HSET", keyOf(kPinTable, name), kPinValueField, std::to_string(value)},
+                    nullptr);
       ++writes_;
     } else if (held != written_.end()) {
       written_.erase(held);
-      link_.command({"DEL", key}, [](redisReply const&) {});
+      link_.command({"DEL", keyOf(kPinTable, name)}, nullptr);
       ++writes_;
     }
   }
@@ -120,14 +124,14 @@ void PinTableWriter::rewrite() {
   ++generation_;
   syncing_ = true;
   scanning_ = true;
-  readsOwed_ = 0;
+  asked_.clear();
   written_.clear();
-  scanned_.clear();
   scan("0");
 }
 
 void PinTableWriter::linkDown() {
   ++generation_;
+  asked_.clear();
   syncing_ = false;
   scanning_ = false;
 }
@@ -138,26 +142,22 @@ void PinTableWriter::scan(std::string const& cursor) {
       {"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
       [this, generation](redisReply const& reply) {
         if (generation != generation_) return;
-        std::string next = "0";
-        if (reply.type == REDIS_REPLY_ARRAY && reply.elements == 2) {
-          redisReply const& keys = *reply.element[1];
-          for (std::size_t i = 0; i < keys.elements; ++i) {
-            scanned_.push_back(replyText(*keys.element[i]));
-          }
-          next = replyText(*reply.element[0]);
-        } else {
+        if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
           log_("statedb: cannot scan " + std::string(kPinTable) + ": " + replyText(reply));
-        }
-        if (next == "0") {
-          // Read back only now: reads queued between SCAN steps would delay each next step.
           scanning_ = false;
-          std::vector<std::string> found;
-          found.swap(scanned_);
-          for (auto const& key : found) readValue(key);
-          syncStep();
+          return syncStep();
+        }
+        // The next step goes first: the server then answers the reads of this page while the
+        // agent takes in the previous ones, rather than one after the other.
+        std::string const next = replyText(*reply.element[0]);
+        if (next == "0") {
+          scanning_ = false;
         } else {
           scan(next);
         }
+        redisReply const& keys = *reply.element[1];
+        for (std::size_t i = 0; i < keys.elements; ++i) readValue(replyText(*keys.element[i]));
+        syncStep();
       });
 }
 
@@ -166,31 +166,38 @@ void PinTableWriter::readValue(std::string const& key) {
   std::string const name = parts.value ? std::string(parts.value->name) : std::string();
   if (name.empty()) {
     // Not a key the agent could have written; it is not the agent's to keep.
-    link_.command({"DEL", key}, [](redisReply const&) {});
+    link_.command({"DEL", key}, nullptr);
     ++writes_;
     return;
   }
-  ++readsOwed_;
-  std::uint64_t const generation = generation_;
-  link_.command({"HGET", key, kPinValueField}, [this, name, generation](redisReply const& reply) {
-    if (generation != generation_) return;
-    std::string const text = replyText(reply);
-    std::uint32_t value = kUnknown;
-    if (text == "0" || text == "1") value = text == "1" ? 1 : 0;
-    written_.emplace(name, value);
-    if (!marked_.count(name)) {
-      marked_.insert(name);
-      markedOrder_.push_back(name);
-    }
-    --readsOwed_;
-    syncStep();
-  });
+  if (link_.command({"HGET", key, kPinValueField}, *this)) asked_.push_back(name);
+}
+
+void PinTableWriter::onReply(redisReply const& reply) {
+  if (asked_.empty()) return;
+  std::string name = std::move(asked_.front());
+  asked_.pop_front();
+  std::string_view const text =
+      reply.type == REDIS_REPLY_STRING ? std::string_view(reply.str, reply.len) : "";
+  std::uint32_t value = kUnknown;
+  if (text == "0" || text == "1") value = text == "1" ? 1 : 0;
+  written_.emplace(std::move(name), value);
+  syncStep();
 }
 
 void PinTableWriter::syncStep() {
-  if (scanning_ || readsOwed_ != 0 || !syncing_) return;
+  if (scanning_ || !asked_.empty() || !syncing_) return;
   syncing_ = false;
-  for (auto member : pins_->entries()) mark(member.key.stdString());
+  // Only what differs is marked: a reconnect with nothing changed queues no work per pin.
+  for (auto member : pins_->entries()) {
+    auto const pin = Zel::ptrCast<CorvelPinConfig>(member.value);
+    std::string name = member.key.stdString();
+    auto const held = written_.find(name);
+    if (!pin || held == written_.end() || held->second != pin->value()) mark(name);
+  }
+  for (auto const& [name, value] : written_) {
+    if (!pins_->entityRef(Zel::Name(name))) mark(name);
+  }
   flush();
 }
 

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -16,7 +17,7 @@
 
 namespace Statedb::Redis {
 
-class PinTableWriter {
+class PinTableWriter final : private Connection::Receiver {
  public:
   PinTableWriter(Zel::ActivityManager& loop, Link& link, Zel::Dir& pins, Log log);
   ~PinTableWriter();
@@ -43,6 +44,7 @@ class PinTableWriter {
   void flushSoon();
   void scan(std::string const& cursor);
   void readValue(std::string const& key);
+  void onReply(redisReply const& reply) override;
   void syncStep();
 
   Zel::ActivityManager& loop_;
@@ -57,8 +59,7 @@ class PinTableWriter {
   bool flushQueued_ = false;
   bool syncing_ = false;
   bool scanning_ = false;
-  std::vector<std::string> scanned_;  // keys found by the scan, read back when it ends
-  std::size_t readsOwed_ = 0;
+  std::deque<std::string> asked_;  // pins whose value is being read back, in the order asked
   std::uint64_t generation_ = 0;
   std::uint64_t writes_ = 0;
 };

@@ -17,14 +17,15 @@ Decoded<T> refused(std::string field, std::string value, std::string reason) {
   return Decoded<T>{std::nullopt, Refusal{std::move(field), std::move(value), std::move(reason)}};
 }
 
-std::optional<bool> flagOf(std::string const& text) {
+std::optional<bool> flagOf(std::string_view text) {
   if (text == "0") return false;
   if (text == "1") return true;
   return std::nullopt;
 }
 
-std::optional<double> intervalOf(std::string const& text) {
-  if (text.empty()) return std::nullopt;
+std::optional<double> intervalOf(std::string_view view) {
+  if (view.empty()) return std::nullopt;
+  std::string const text(view);  // strtod reads up to a terminating NUL
   char* end = nullptr;
   double const value = std::strtod(text.c_str(), &end);
   if (end != text.c_str() + text.size() || !std::isfinite(value) || value < 0.0) {
@@ -33,14 +34,14 @@ std::optional<double> intervalOf(std::string const& text) {
   return value;
 }
 
-int colourIndex(std::string const& field) {
+int colourIndex(std::string_view field) {
   for (std::size_t i = 0; i < kColourFields.size(); ++i) {
     if (field == kColourFields[i]) return static_cast<int>(i);
   }
   return -1;
 }
 
-std::string joined(std::vector<std::string> const& names) {
+std::string joined(std::vector<std::string_view> const& names) {
   std::string text;
   for (auto const& name : names) {
     if (!text.empty()) text += ',';
@@ -72,19 +73,26 @@ std::string keyOf(std::string_view table, std::string_view name) {
   return key;
 }
 
-Decoded<Led::LightSetting> lightSettingOf(Hash const& hash, Led::LightSetting setting) {
+std::vector<FieldView> viewOf(Hash const& hash) {
+  return {hash.begin(), hash.end()};
+}
+
+Decoded<Led::LightSetting> lightSettingOf(HashView hash, Led::LightSetting setting) {
   setting.yellow = setting.green = setting.red = setting.orange = false;
   setting.flashInterval = 0.0;
   bool* const flags[4] = {&setting.yellow, &setting.green, &setting.red, &setting.orange};
   for (auto const& [field, value] : hash) {
     if (int const colour = colourIndex(field); colour >= 0) {
       auto flag = flagOf(value);
-      if (!flag) return refused<Led::LightSetting>(field, value, "a flag is 0 or 1");
+      if (!flag) {
+        return refused<Led::LightSetting>(std::string(field), std::string(value),
+                                          "a flag is 0 or 1");
+      }
       *flags[colour] = *flag;
     } else if (field == "flashInterval") {
       auto interval = intervalOf(value);
       if (!interval) {
-        return refused<Led::LightSetting>(field, value,
+        return refused<Led::LightSetting>(std::string(field), std::string(value),
                                           "an interval is a finite number of seconds >= 0");
       }
       setting.flashInterval = *interval;
@@ -103,7 +111,7 @@ Hash hashOf(Led::LightSetting const& setting) {
   return hash;
 }
 
-Decoded<Mapping> mappingOf(Hash const& hash) {
+Decoded<Mapping> mappingOf(HashView hash) {
   Mapping mapping;
   for (auto const& [field, value] : hash) {
     if (int const colour = colourIndex(field); colour >= 0) {
@@ -112,16 +120,21 @@ Decoded<Mapping> mappingOf(Hash const& hash) {
         std::size_t const comma = rest.find(',');
         std::string_view const pin = rest.substr(0, comma);
         if (!isValidName(pin)) {
-          return refused<Mapping>(field, value, "pin names are non-empty, without \"|\" or \"/\"");
+          return refused<Mapping>(std::string(field), std::string(value),
+                                  "pin names are non-empty, without \"|\" or \"/\"");
         }
         mapping.pins[colour].emplace_back(pin);
         if (comma == std::string_view::npos) break;
         rest.remove_prefix(comma + 1);
-        if (rest.empty()) return refused<Mapping>(field, value, "a pin list does not end in \",\"");
+        if (rest.empty()) {
+          return refused<Mapping>(std::string(field), std::string(value),
+                                  "a pin list does not end in \",\"");
+        }
       }
     } else if (field == "ready") {
       auto flag = flagOf(value);
-      if (!flag) return refused<Mapping>(field, value, "a flag is 0 or 1");
+      if (!flag)
+        return refused<Mapping>(std::string(field), std::string(value), "a flag is 0 or 1");
       mapping.ready = *flag;
     }
   }

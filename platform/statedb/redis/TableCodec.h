@@ -5,6 +5,7 @@
 
 #include <array>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -20,6 +21,10 @@ inline constexpr char kPinTable[] = "GPIO_PIN";
 inline constexpr char kSeparator = '|';
 
 using Hash = std::vector<std::pair<std::string, std::string>>;
+// A hash as views into text held elsewhere (a reply): decoding reads fields where they lie.
+using FieldView = std::pair<std::string_view, std::string_view>;
+using HashView = std::span<FieldView const>;
+std::vector<FieldView> viewOf(Hash const& hash);
 
 // Pin-name fields and light-setting flags, in the order the model lists pins.
 inline constexpr std::array<char const*, 4> kColourFields = {"yellow", "green", "red", "orange"};
@@ -48,16 +53,16 @@ std::string keyOf(std::string_view table, std::string_view name);
 // LED_CONFIG: yellow, green, red, orange ("0"/"1", absent = 0) and flashInterval (seconds, a
 // finite number >= 0, absent = 0 = steady). Other fields are carried by other writers and ignored.
 // The model's further fields, which no table field holds, are taken from `base`.
-Decoded<Led::LightSetting> lightSettingOf(Hash const& hash, Led::LightSetting base = {});
+Decoded<Led::LightSetting> lightSettingOf(HashView hash, Led::LightSetting base = {});
 Hash hashOf(Led::LightSetting const& setting);
 
 // GPIO_LED: yellow, green, red, orange (comma-separated pin names, absent or empty = none) and
-// ready ("0"/"1", absent = 0).
+// ready ("0"/"1", absent = 0). The pin names are views into the decoded hash's text.
 struct Mapping {
-  std::array<std::vector<std::string>, 4> pins;  // by colour, in kColourFields order
+  std::array<std::vector<std::string_view>, 4> pins;  // by colour, in kColourFields order
   bool ready = false;
 };
-Decoded<Mapping> mappingOf(Hash const& hash);
+Decoded<Mapping> mappingOf(HashView hash);
 Hash hashOf(Mapping const& mapping);
 
 // Keys examined per SCAN step. The tables share one keyspace, so a step of a large database
