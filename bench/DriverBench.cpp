@@ -226,7 +226,7 @@ void driverSwitching(benchmark::State& state) {
   }
 }
 
-// Unlatched, each pin write replaces the whole values file: a short stretch says enough.
+// Unlatched, each pin write is a write of its own: a short stretch says enough.
 BENCHMARK(driverSwitching)
     ->Name("DriverSwitching")
     ->ArgNames({"leds", "driving", "simulated_ms"})

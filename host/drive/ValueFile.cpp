@@ -41,6 +41,14 @@ int ValueFile::write(std::string_view text) {
   return 0;
 }
 
+int ValueFile::writeAt(std::size_t offset, std::string_view bytes) {
+  if (fd_ < 0) return EBADF;
+  ssize_t const n = ::pwrite(fd_, bytes.data(), bytes.size(), static_cast<off_t>(offset));
+  if (n < 0) return errno;
+  if (static_cast<std::size_t>(n) != bytes.size()) return EIO;
+  return 0;
+}
+
 int readSmallFile(std::string const& path, std::string& text) {
   int const fd = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
   if (fd < 0) return errno;
@@ -59,10 +67,15 @@ int writeSmallFile(std::string const& path, std::string_view text) {
 }
 
 int replaceFile(std::string const& path, std::string_view text) {
-  std::string const temporary = path + ".new";
   ValueFile file;
+  return replaceFile(path, text, file);
+}
+
+int replaceFile(std::string const& path, std::string_view text, ValueFile& file) {
+  std::string const temporary = path + ".new";
   if (int error = file.open(temporary, true)) return error;
   if (int error = file.write(text)) return error;
+  // The descriptor follows the inode through the rename: it now writes the file at `path`.
   if (::rename(temporary.c_str(), path.c_str()) != 0) return errno;
   return 0;
 }

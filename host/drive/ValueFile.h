@@ -2,6 +2,7 @@
 // or a simulated pin. Kept open, as a sysfs attribute is rewritten at every change.
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <string_view>
 
@@ -20,6 +21,8 @@ class ValueFile {
   int open(std::string const& path, bool create);
   // Replaces the content; returns errno, 0 on success.
   int write(std::string_view text);
+  // Overwrites bytes in place from `offset`, leaving the rest and the length; errno, 0 on success.
+  int writeAt(std::size_t offset, std::string_view bytes);
   bool isOpen() const noexcept { return fd_ >= 0; }
 
  private:
@@ -32,5 +35,7 @@ int readSmallFile(std::string const& path, std::string& text);
 int writeSmallFile(std::string const& path, std::string_view text);
 // Replaces a file at once: readers see the old content or the new one, never a mixture.
 int replaceFile(std::string const& path, std::string_view text);
+// The same, keeping the new file open in `file` for later writes in place.
+int replaceFile(std::string const& path, std::string_view text, ValueFile& file);
 
 }  // namespace Drive
