@@ -395,14 +395,14 @@ Notes
   machine they show where the time goes when other load stretches the wall time. Idle:
   connected, 20 s, nothing flashing.
 - Driver: the real agent and the pin driver writing every pin (four per LED) into one values
-  file in a temporary directory, replaced whole at each write. Switching: each LED switches
-  between green and green+red 10 times a second, in batches of 1,000 every 10 ms, so the agent
-  writes green dark and lit again within a change; virtual time (2 s latched and without the
-  driver, 20 ms unlatched, as each unlatched pin write rewrites the whole file). The final
-  changes are counted apart from the driver, from the pins as they stand after each batch's
-  turn; the run fails when the latched writes differ from them. CPU per simulated second is the
-  process's CPU time over the simulated time. Flashing: monotonic clock, 1 s to settle, 20 s
-  measured; CPU share of the whole process (agent, loop, driver and file writes).
+  file in a temporary directory, written whole once and then in place, only the changed bytes.
+  Switching: each LED switches between green and green+red 10 times a second, in batches of
+  1,000 every 10 ms, so the agent writes green dark and lit again within a change; virtual time
+  (2 s latched and without the driver, 20 ms unlatched). The final changes are counted apart
+  from the driver, from the pins as they stand after each batch's turn; the run fails when the
+  latched writes differ from them. CPU per simulated second is the process's CPU time over the
+  simulated time. Flashing: monotonic clock, 1 s to settle, 20 s measured; CPU share of the
+  whole process (agent, loop, driver and file writes).
 - Front panel: warden runs a script that switches 500 LEDs to flashing at 0.5 s one after another
   over 0.5 s, on a pseudo-terminal of 160x50 (bench/panel/measure_panel.py); 15 s measured once
   all flash. CPU share is the whole warden process's (agent, loop and panel); output is the
