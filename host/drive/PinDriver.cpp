@@ -16,37 +16,6 @@ namespace Drive {
 
 using Hardware::Gpio::CorvelPinConfig;
 
-class PinDriver::DirReactor : public Zel::Dir::NotifieeConst {
- public:
-  DirReactor(Zel::Ptr<Zel::Dir const> const& dir, PinDriver* owner)
-      : Zel::Dir::NotifieeConst(dir), owner_(owner) {}
-  void onEntry(Zel::Name name) override {
-    if (owner_) owner_->follow(name);
-  }
-  void onEntry() override {
-    if (owner_) owner_->followAll();
-  }
-  void ownerDel() noexcept { owner_ = nullptr; }
-
- private:
-  PinDriver* owner_;
-};
-
-class PinDriver::PinReactor : public CorvelPinConfig::NotifieeConst {
- public:
-  PinReactor(Zel::Ptr<CorvelPinConfig const> const& pin, PinDriver* owner, std::size_t index)
-      : CorvelPinConfig::NotifieeConst(pin), owner_(owner), index_(index) {}
-  void onValue() override {
-    auto const* pin = static_cast<CorvelPinConfig const*>(notifier());
-    if (owner_ && pin) owner_->onValue(index_, pin->value() != 0);
-  }
-  void ownerDel() noexcept { owner_ = nullptr; }
-
- private:
-  PinDriver* owner_;
-  std::size_t index_;
-};
-
 class PinDriver::LampTimer : public Zel::Clock::NotifieeConst {
  public:
   explicit LampTimer(PinDriver* owner) : owner_(owner) {}
@@ -67,25 +36,16 @@ PinDriver::PinDriver(PinMap map, Zel::Dir& pins, Zel::ActivityManager& loop, Log
       log_(std::move(log)),
       options_(std::move(options)),
       pins_(map_.pins.size()),
-      reactors_(map_.pins.size()),
       alive_(std::make_shared<bool>(true)) {
   for (std::size_t i = 0; i < pins_.size(); ++i) pins_[i].address = &map_.pins[i];
   claimAll();
-  dirReactor_ = Zel::allocate<DirReactor>(Zel::Ptr<Zel::Dir const>(dir_), this);
-  followAll();
+  // The base is private: std::optional could not convert to it on its own.
+  follower_.emplace(pins, static_cast<Owner&>(*this));
 }
 
 PinDriver::~PinDriver() {
   *alive_ = false;
-  for (auto& reactor : reactors_) {
-    if (!reactor) continue;
-    reactor->ownerDel();
-    reactor->notifierIs(nullptr);
-  }
-  if (dirReactor_) {
-    dirReactor_->ownerDel();
-    dirReactor_->notifierIs(nullptr);
-  }
+  follower_.reset();
   if (lampTimer_) {
     lampTimer_->ownerDel();
     lampTimer_->notifierIs(nullptr);
@@ -140,32 +100,23 @@ PinDriver::Pin const* PinDriver::find(std::string const& name) const {
   return found == map_.index.end() ? nullptr : &pins_[found->second];
 }
 
-void PinDriver::follow(Zel::Name const& name) {
-  std::string const key = name.stdString();
-  auto const entity = Zel::ptrCast<CorvelPinConfig>(dir_->entityRef(name));
-  auto const mapped = map_.index.find(key);
-  if (mapped == map_.index.end()) {
-    if (entity && warnedUnmapped_.insert(key).second) {
-      log_("pins: pin '" + key + "' is not in " + map_.source + "; it is not driven");
-      if (faultListener_) faultListener_(key, true);
-    }
-    return;
-  }
-  std::size_t const index = mapped->second;
-  auto& reactor = reactors_[index];
-  if (reactor && entity && reactor->notifier() == entity.ptr()) return;
-  detach(reactor);
-  if (entity)
-    reactor = Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(entity), this, index);
-  // A pin whose configuration went away is no longer lit by anyone.
-  onValue(index, entity && entity->value() != 0);
+void PinDriver::onPinArrived(std::string const& name, PinConfig const& pin) {
+  auto const mapped = map_.index.find(name);
+  if (mapped != map_.index.end()) return onValue(mapped->second, pin.value() != 0);
+  if (!warnedUnmapped_.insert(name).second) return;
+  log_("pins: pin '" + name + "' is not in " + map_.source + "; it is not driven");
+  if (faultListener_) faultListener_(name, true);
 }
 
-void PinDriver::followAll() {
-  for (auto member : dir_->entries()) follow(member.key);
-  for (std::size_t i = 0; i < pins_.size(); ++i) {
-    if (reactors_[i]) follow(Zel::Name(pins_[i].address->pin));
-  }
+void PinDriver::onPinValue(std::string const& name, PinConfig const& pin) {
+  auto const mapped = map_.index.find(name);
+  if (mapped != map_.index.end()) onValue(mapped->second, pin.value() != 0);
+}
+
+// A pin whose configuration went away is no longer lit by anyone.
+void PinDriver::onPinLeft(std::string const& name) {
+  auto const mapped = map_.index.find(name);
+  if (mapped != map_.index.end()) onValue(mapped->second, false);
 }
 
 void PinDriver::onValue(std::size_t pin, bool lit) {
@@ -272,12 +223,7 @@ void PinDriver::lampTestEnd() {
 void PinDriver::stop() {
   if (lampTimer_) lampTimer_->timeMinIs(Zel::Clock::kNever);
   lampOn_ = false;
-  for (auto& reactor : reactors_) detach(reactor);
-  if (dirReactor_) {
-    dirReactor_->ownerDel();
-    dirReactor_->notifierIs(nullptr);
-    dirReactor_ = nullptr;
-  }
+  follower_.reset();
   if (map_.onStop == StopPattern::leave) return;
   bool const lit = map_.onStop == StopPattern::lit;
   std::vector<PinWrite> writes;
@@ -285,13 +231,6 @@ void PinDriver::stop() {
     if (pins_[i].claimed && pins_[i].shown != lit) writes.push_back({i, lit});
   }
   writeNow(writes);
-}
-
-void PinDriver::detach(Zel::Ptr<PinReactor>& reactor) {
-  if (!reactor) return;
-  reactor->ownerDel();
-  reactor->notifierIs(nullptr);
-  reactor = nullptr;
 }
 
 }  // namespace Drive

@@ -17,6 +17,7 @@
 #include "host/drive/GpioLines.h"
 #include "host/drive/PinBackend.h"
 #include "host/drive/PinMap.h"
+#include "platform/model/PinDirectoryFollower.h"
 #include "platform/zel/ActivityManager.h"
 #include "platform/zel/Dir.h"
 #include "platform/zel/Ptr.h"
@@ -38,7 +39,7 @@ struct DriverOptions {
   std::function<std::unique_ptr<GpioLines>()> gpioLines;
 };
 
-class PinDriver {
+class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
  public:
   using Log = std::function<void(std::string const& line)>;
   // Told when a pin starts or stops failing, and once of each pin the agent writes that the map
@@ -59,7 +60,7 @@ class PinDriver {
   // a pin cannot be claimed, unless `options.partial`.
   PinDriver(PinMap map, Zel::Dir& pins, Zel::ActivityManager& loop, Log log,
             DriverOptions options = {});
-  ~PinDriver();
+  ~PinDriver() override;
   PinDriver(PinDriver const&) = delete;
   PinDriver& operator=(PinDriver const&) = delete;
 
@@ -81,13 +82,13 @@ class PinDriver {
   void faultListenerIs(FaultListener listener) { faultListener_ = std::move(listener); }
 
  private:
-  class DirReactor;
-  class PinReactor;
+  using PinConfig = Hardware::Gpio::CorvelPinConfig;
   class LampTimer;
 
   void claimAll();
-  void follow(Zel::Name const& name);
-  void followAll();
+  void onPinArrived(std::string const& name, PinConfig const& pin) override;
+  void onPinValue(std::string const& name, PinConfig const& pin) override;
+  void onPinLeft(std::string const& name) override;
   void onValue(std::size_t pin, bool lit);
   void mark(std::size_t pin);
   void markAll();
@@ -96,7 +97,6 @@ class PinDriver {
   void fault(PinFault const& fault);
   void errorIs(std::size_t pin, std::string text);
   void lampTestEnd();
-  static void detach(Zel::Ptr<PinReactor>& reactor);
 
   PinMap map_;
   Zel::Ptr<Zel::Dir> dir_;
@@ -106,8 +106,7 @@ class PinDriver {
   std::vector<Pin> pins_;
   std::vector<std::unique_ptr<PinBackend>> backends_;  // by Backend
   std::vector<std::string> missing_;
-  Zel::Ptr<DirReactor> dirReactor_;
-  std::vector<Zel::Ptr<PinReactor>> reactors_;  // by pin position
+  std::optional<Hardware::Gpio::PinDirectoryFollower> follower_;  // none once stopped
   std::unordered_set<std::string> warnedUnmapped_;
   std::vector<std::size_t> dirty_;
   bool latchQueued_ = false;

@@ -10,9 +10,8 @@
 #include <string>
 #include <unordered_map>
 
-#include "platform/model/CorvelPinConfig.h"
+#include "platform/model/PinDirectoryFollower.h"
 #include "platform/zel/Dir.h"
-#include "platform/zel/Ptr.h"
 
 namespace Host {
 
@@ -22,36 +21,29 @@ struct PinChange {
   double time = 0.0;
 };
 
-class PinWatcher {
+class PinWatcher final : private Hardware::Gpio::PinDirectoryFollower::Owner {
  public:
   using Listener = std::function<void(PinChange const& change)>;
   using Clock = std::function<double()>;
 
   PinWatcher(Zel::Dir& pins, Clock clock, Listener listener);
-  ~PinWatcher();
+  ~PinWatcher() override = default;
   PinWatcher(PinWatcher const&) = delete;
   PinWatcher& operator=(PinWatcher const&) = delete;
 
  private:
-  class DirReactor;
-  class PinReactor;
+  using Pin = Hardware::Gpio::CorvelPinConfig;
 
-  struct Watched {
-    Zel::Ptr<PinReactor> reactor;
-    std::optional<std::uint32_t> shown;
-  };
+  void onPinArrived(std::string const& name, Pin const& pin) override;
+  void onPinValue(std::string const& name, Pin const& pin) override;
+  void onPinLeft(std::string const& name) override;
+  void report(std::string const& pin, std::optional<std::uint32_t> value);
 
-  void onEntry(Zel::Name const& name);
-  void onAllEntries();
-  void onValue(Zel::Name const& name);
-  void report(std::string const& pin, Watched& watched, std::optional<std::uint32_t> value);
-  void detach(Watched& watched);
-
-  Zel::Ptr<Zel::Dir> pins_;
   Clock clock_;
   Listener listener_;
-  Zel::Ptr<DirReactor> dirReactor_;
-  std::unordered_map<std::string, Watched> watched_;
+  std::unordered_map<std::string, std::optional<std::uint32_t>> shown_;  // by pin name
+  // Last: its first notifications come while it is built and find the rest ready.
+  Hardware::Gpio::PinDirectoryFollower follower_;
 };
 
 }  // namespace Host

@@ -6,77 +6,24 @@
 
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/statedb/redis/TableCodec.h"
-#include "platform/zel/Allocate.h"
 
 namespace Statedb::Redis {
 
 using Hardware::Gpio::CorvelPinConfig;
 
-class PinTableWriter::DirReactor : public Zel::Dir::NotifieeConst {
- public:
-  DirReactor(Zel::Ptr<Zel::Dir const> const& dir, PinTableWriter* owner)
-      : Zel::Dir::NotifieeConst(dir), owner_(owner) {}
-  void onEntry(Zel::Name name) override {
-    if (owner_) owner_->onEntry(name);
-  }
-  void onEntry() override {
-    if (owner_) owner_->onAllEntries();
-  }
-  void ownerDel() noexcept { owner_ = nullptr; }
-
- private:
-  PinTableWriter* owner_;
-};
-
-class PinTableWriter::PinReactor : public CorvelPinConfig::NotifieeConst {
- public:
-  PinReactor(Zel::Ptr<CorvelPinConfig const> const& pin, PinTableWriter* owner)
-      : CorvelPinConfig::NotifieeConst(pin), owner_(owner) {}
-  void onValue() override {
-    if (owner_ && notifier()) owner_->mark(notifier()->name().stdString());
-  }
-  void ownerDel() noexcept { owner_ = nullptr; }
-
- private:
-  PinTableWriter* owner_;
-};
-
 PinTableWriter::PinTableWriter(Zel::ActivityManager& loop, Link& link, Zel::Dir& pins, Log log)
-    : loop_(loop), link_(link), pins_(&pins), log_(std::move(log)) {
-  dirReactor_ = Zel::allocate<DirReactor>(Zel::Ptr<Zel::Dir const>(pins_), this);
-  onAllEntries();
+    : loop_(loop), link_(link), pins_(&pins), log_(std::move(log)), follower_(pins, *this) {}
+
+void PinTableWriter::onPinArrived(std::string const& name, Pin const&) {
+  mark(name);
 }
 
-PinTableWriter::~PinTableWriter() {
-  for (auto& [name, reactor] : watched_) {
-    reactor->ownerDel();
-    reactor->notifierIs(nullptr);
-  }
-  dirReactor_->ownerDel();
-  dirReactor_->notifierIs(nullptr);
+void PinTableWriter::onPinValue(std::string const& name, Pin const&) {
+  mark(name);
 }
 
-void PinTableWriter::onEntry(Zel::Name const& name) {
-  auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(name));
-  std::string const key = name.stdString();
-  auto found = watched_.find(key);
-  if (found != watched_.end() && (!pin || found->second->notifier() != pin.ptr())) {
-    found->second->ownerDel();
-    found->second->notifierIs(nullptr);
-    watched_.erase(found);
-    found = watched_.end();
-  }
-  if (pin && found == watched_.end()) {
-    watched_.emplace(key, Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(pin), this));
-  }
-  mark(key);
-}
-
-void PinTableWriter::onAllEntries() {
-  std::vector<Zel::Name> names;
-  for (auto member : pins_->entries()) names.push_back(member.key);
-  for (auto const& [name, reactor] : watched_) names.emplace_back(name);
-  for (Zel::Name const& name : names) onEntry(name);
+void PinTableWriter::onPinLeft(std::string const& name) {
+  mark(name);
 }
 
 void PinTableWriter::mark(std::string const& name) {

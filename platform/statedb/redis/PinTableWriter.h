@@ -12,15 +12,17 @@
 #include <unordered_set>
 #include <vector>
 
+#include "platform/model/PinDirectoryFollower.h"
 #include "platform/statedb/redis/Link.h"
 #include "platform/zel/Dir.h"
 
 namespace Statedb::Redis {
 
-class PinTableWriter final : private Connection::Receiver {
+class PinTableWriter final : private Connection::Receiver,
+                             private Hardware::Gpio::PinDirectoryFollower::Owner {
  public:
   PinTableWriter(Zel::ActivityManager& loop, Link& link, Zel::Dir& pins, Log log);
-  ~PinTableWriter();
+  ~PinTableWriter() override = default;
   PinTableWriter(PinTableWriter const&) = delete;
   PinTableWriter& operator=(PinTableWriter const&) = delete;
 
@@ -34,12 +36,12 @@ class PinTableWriter final : private Connection::Receiver {
   std::uint64_t writeCount() const noexcept { return writes_; }
 
  private:
-  class DirReactor;
-  class PinReactor;
+  using Pin = Hardware::Gpio::CorvelPinConfig;
   static constexpr std::uint32_t kUnknown = ~0u;  // a table value that is not 0 or 1
 
-  void onEntry(Zel::Name const& name);
-  void onAllEntries();
+  void onPinArrived(std::string const& name, Pin const& pin) override;
+  void onPinValue(std::string const& name, Pin const& pin) override;
+  void onPinLeft(std::string const& name) override;
   void mark(std::string const& name);
   void flushSoon();
   void scan(std::string const& cursor);
@@ -51,8 +53,6 @@ class PinTableWriter final : private Connection::Receiver {
   Link& link_;
   Zel::Ptr<Zel::Dir> pins_;
   Log log_;
-  Zel::Ptr<DirReactor> dirReactor_;
-  std::unordered_map<std::string, Zel::Ptr<PinReactor>> watched_;
   std::unordered_map<std::string, std::uint32_t> written_;  // the table as far as known
   std::vector<std::string> markedOrder_;
   std::unordered_set<std::string> marked_;
@@ -62,6 +62,8 @@ class PinTableWriter final : private Connection::Receiver {
   std::deque<std::string> asked_;  // pins whose value is being read back, in the order asked
   std::uint64_t generation_ = 0;
   std::uint64_t writes_ = 0;
+  // Last: its first notifications come while it is built and find the rest ready.
+  Hardware::Gpio::PinDirectoryFollower follower_;
 };
 
 }  // namespace Statedb::Redis

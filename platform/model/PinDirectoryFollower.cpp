@@ -1,0 +1,90 @@
+#include "platform/model/PinDirectoryFollower.h"
+
+#include <vector>
+
+#include "platform/zel/Allocate.h"
+
+namespace Hardware::Gpio {
+
+class PinDirectoryFollower::DirReactor : public Zel::Dir::NotifieeConst {
+ public:
+  DirReactor(Zel::Ptr<Zel::Dir const> const& dir, PinDirectoryFollower* follower)
+      : Zel::Dir::NotifieeConst(dir), follower_(follower) {}
+  void onEntry(Zel::Name name) override {
+    if (follower_) follower_->onEntry(name);
+  }
+  void onEntry() override {
+    if (follower_) follower_->onAllEntries();
+  }
+  void ownerDel() noexcept { follower_ = nullptr; }
+
+ private:
+  PinDirectoryFollower* follower_;
+};
+
+class PinDirectoryFollower::PinReactor : public CorvelPinConfig::NotifieeConst {
+ public:
+  PinReactor(Zel::Ptr<CorvelPinConfig const> const& pin, PinDirectoryFollower* follower)
+      : CorvelPinConfig::NotifieeConst(pin), follower_(follower) {}
+  void onValue() override {
+    auto const* pin = static_cast<CorvelPinConfig const*>(notifier());
+    if (follower_ && pin) follower_->onValue(pin->name().stdString(), *pin);
+  }
+  // Cut from both ends: a detached reactor may still be held by a delivery under way.
+  void detach() noexcept {
+    follower_ = nullptr;
+    notifierIs(nullptr);
+  }
+
+ private:
+  PinDirectoryFollower* follower_;
+};
+
+PinDirectoryFollower::PinDirectoryFollower(Zel::Dir& pins, Owner& owner)
+    : pins_(&pins), owner_(&owner) {
+  dirReactor_ = Zel::allocate<DirReactor>(Zel::Ptr<Zel::Dir const>(pins_), this);
+  onAllEntries();
+}
+
+PinDirectoryFollower::~PinDirectoryFollower() {
+  for (auto& [name, reactor] : followed_) reactor->detach();
+  dirReactor_->ownerDel();
+  dirReactor_->notifierIs(nullptr);
+}
+
+void PinDirectoryFollower::onEntry(Zel::Name const& name) {
+  auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(name));
+  std::string key = name.stdString();
+  auto found = followed_.find(key);
+  if (found != followed_.end()) {
+    if (pin && found->second->notifier() == pin.ptr()) return;
+    found->second->detach();
+    if (!pin) {
+      followed_.erase(found);
+      owner_->onPinLeft(key);
+      return;
+    }
+    found->second = nullptr;
+  } else if (!pin) {
+    return;
+  } else {
+    found = followed_.emplace(key, nullptr).first;
+  }
+  found->second = Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(pin), this);
+  owner_->onPinArrived(key, *pin);
+}
+
+// The directory does not say what changed: every pin it holds and every pin followed is looked at.
+void PinDirectoryFollower::onAllEntries() {
+  std::vector<Zel::Name> names;
+  names.reserve(pins_->entryCount() + followed_.size());
+  for (auto member : pins_->entries()) names.push_back(member.key);
+  for (auto const& [name, reactor] : followed_) names.emplace_back(name);
+  for (Zel::Name const& name : names) onEntry(name);
+}
+
+void PinDirectoryFollower::onValue(std::string const& name, CorvelPinConfig const& pin) {
+  owner_->onPinValue(name, pin);
+}
+
+}  // namespace Hardware::Gpio
