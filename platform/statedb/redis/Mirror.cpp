@@ -106,10 +106,7 @@ void Mirror::keyTouched(std::string_view key, std::string_view event) {
       return;
     }
   }
-  auto [it, added] = dirty_.emplace(key);
-  if (!added) return;
-  dirtyOrder_.push_back(*it);
-  flushSoon();
+  if (dirty_.mark(std::string(key))) flushSoon();
 }
 
 void Mirror::flushSoon() {
@@ -125,10 +122,7 @@ void Mirror::flush() {
   // the scan ends: read page by page, each page's entities reach the agent in a turn of its own,
   // and building them turn by turn cost the agent more than the overlap saved.
   if (scansOwed_ != 0) return;
-  std::vector<std::string> keys;
-  keys.swap(dirtyOrder_);
-  dirty_.clear();
-  for (auto const& key : keys) read(key);
+  for (auto const& key : dirty_.take()) read(key);
   quietCheck();
 }
 
@@ -215,7 +209,7 @@ void Mirror::linkDown() {
   // Replies owed are gone with the connection; what was dirty stays dirty for the resync.
   ++generation_;
   for (auto const& [key, again] : reading_) {
-    if (dirty_.insert(key).second) dirtyOrder_.push_back(key);
+    dirty_.mark(key);
   }
   reading_.clear();
   asked_.clear();
@@ -255,7 +249,7 @@ void Mirror::removeUnseen() {
   // Gone while the link was down: no key, and nothing touched it since the scan began.
   auto gone = [this](char const* table, Zel::Name const& name) {
     std::string const key = keyOf(table, name.view());
-    return !seen_.count(key) && !dirty_.count(key) && !reading_.count(key);
+    return !seen_.count(key) && !dirty_.contains(key) && !reading_.count(key);
   };
   std::vector<Zel::Name> names;
   for (auto member : leds_.leds()) {

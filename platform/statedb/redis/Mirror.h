@@ -16,6 +16,7 @@
 
 #include "platform/model/GpioLedSystemConfigDir.h"
 #include "platform/model/LedSystemConfigDir.h"
+#include "platform/statedb/redis/DirtyKeys.h"
 #include "platform/statedb/redis/Link.h"
 #include "platform/statedb/redis/TableCodec.h"
 
@@ -55,8 +56,7 @@ class Mirror final : private Connection::Receiver {
   Hardware::Gpio::GpioLedSystemConfigDir& mappings_;
   Hardware::Led::LedSystemConfigDir& leds_;
   Log log_;
-  std::vector<std::string> dirtyOrder_;
-  std::unordered_set<std::string> dirty_;
+  DirtyKeys dirty_;
   // Keys being read, and whether they were touched again meanwhile.
   std::unordered_map<std::string, bool> reading_;
   std::deque<std::string> asked_;  // the keys of the reads in flight, in the order sent

@@ -59,9 +59,7 @@ void PinTableFollower::onKeyTouched(std::string_view key, std::string_view) {
 }
 
 void PinTableFollower::mark(std::string const& key) {
-  if (!dirty_.insert(key).second) return;
-  dirtyOrder_.push_back(key);
-  flushSoon();
+  if (dirty_.mark(key)) flushSoon();
 }
 
 void PinTableFollower::flushSoon() {
@@ -74,10 +72,7 @@ void PinTableFollower::flush() {
   flushQueued_ = false;
   // Down: the reconnect reads everything. Scanning: the keys found are read when it ends.
   if (!link_.isUp() || scanning_) return;
-  std::vector<std::string> keys;
-  keys.swap(dirtyOrder_);
-  dirty_.clear();
-  for (auto const& key : keys) read(key);
+  for (auto const& key : dirty_.take()) read(key);
   quietCheck();
 }
 
@@ -142,7 +137,7 @@ void PinTableFollower::scanDone() {
   std::vector<Zel::Name> gone;
   for (auto const& member : pins_->entries()) {
     std::string const key = keyOf(kPinTable, member.key.view());
-    if (!seen_.count(key) && !dirty_.count(key)) gone.push_back(member.key);
+    if (!seen_.count(key) && !dirty_.contains(key)) gone.push_back(member.key);
   }
   for (auto const& name : gone) pins_->entryDel(name);
   seen_.clear();

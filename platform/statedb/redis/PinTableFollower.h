@@ -12,6 +12,7 @@
 #include <unordered_set>
 #include <vector>
 
+#include "platform/statedb/redis/DirtyKeys.h"
 #include "platform/statedb/redis/Link.h"
 #include "platform/zel/Dir.h"
 
@@ -52,8 +53,7 @@ class PinTableFollower final : private Link::Listener {
   Link link_;
   Zel::Ptr<Zel::Dir> pins_;
   Log log_;
-  std::vector<std::string> dirtyOrder_;
-  std::unordered_set<std::string> dirty_;
+  DirtyKeys dirty_;
   std::unordered_set<std::string> seen_;  // keys the whole read found
   bool flushQueued_ = false;
   bool scanning_ = false;

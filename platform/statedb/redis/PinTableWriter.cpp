@@ -27,9 +27,7 @@ void PinTableWriter::onPinLeft(std::string const& name) {
 }
 
 void PinTableWriter::mark(std::string const& name) {
-  if (!marked_.insert(name).second) return;
-  markedOrder_.push_back(name);
-  flushSoon();
+  if (marked_.mark(name)) flushSoon();
 }
 
 void PinTableWriter::flushSoon() {
@@ -42,10 +40,7 @@ void PinTableWriter::flushSoon() {
 void PinTableWriter::flush() {
   flushQueued_ = false;
   if (!link_.isUp() || syncing_) return;  // the rewrite on reconnect takes them in
-  std::vector<std::string> names;
-  names.swap(markedOrder_);
-  marked_.clear();
-  for (auto const& name : names) {
+  for (auto const& name : marked_.take()) {
     auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(Zel::Name(name)));
     auto held = written_.find(name);
     if (pin) {

@@ -13,6 +13,7 @@
 #include <vector>
 
 #include "platform/model/PinDirectoryFollower.h"
+#include "platform/statedb/redis/DirtyKeys.h"
 #include "platform/statedb/redis/Link.h"
 #include "platform/zel/Dir.h"
 
@@ -54,8 +55,7 @@ class PinTableWriter final : private Connection::Receiver,
   Zel::Ptr<Zel::Dir> pins_;
   Log log_;
   std::unordered_map<std::string, std::uint32_t> written_;  // the table as far as known
-  std::vector<std::string> markedOrder_;
-  std::unordered_set<std::string> marked_;
+  DirtyKeys marked_;
   bool flushQueued_ = false;
   bool syncing_ = false;
   bool scanning_ = false;
