@@ -257,19 +257,14 @@ void driverFlashing(benchmark::State& state) {
     publisher->notifierIs(nullptr);
 
     std::uint64_t const writes = driver->writeCount();
-    std::uint64_t const wakes = loop.wakeCount();
-    double const cpu = cpuSeconds();
-    double const wall = wallSeconds();
-    loop.runFor(seconds);
-    double const elapsed = wallSeconds() - wall;
-    double const used = cpuSeconds() - cpu;
-    state.SetIterationTime(elapsed);
+    LoopCost const cost = runLoop(loop, seconds);
+    state.SetIterationTime(cost.seconds);
     checkValuesFile(rig, leds, valuesFile);
     state.counters["pin_writes_per_s"] =
-        static_cast<double>(driver->writeCount() - writes) / elapsed;
+        static_cast<double>(driver->writeCount() - writes) / cost.seconds;
     state.counters["pin_writes_expected_per_s"] = static_cast<double>(leds) / kFlashInterval;
-    state.counters["wakes_per_s"] = static_cast<double>(loop.wakeCount() - wakes) / elapsed;
-    state.counters["cpu_share_pct"] = 100.0 * used / elapsed;
+    state.counters["wakes_per_s"] = cost.wakesPerSecond;
+    state.counters["cpu_share_pct"] = 100.0 * cost.cpuShare;
   }
 }
 

@@ -39,23 +39,6 @@ std::vector<Ptr<TickObserver>> observersOf(AgentRig const& rig, std::size_t coun
   return observers;
 }
 
-// What one stretch of the live loop cost the process.
-struct LoopCost {
-  double cpuShare;
-  double wakesPerSecond;
-  double seconds;
-};
-
-LoopCost runLoop(Zel::ActivityManager& loop, double seconds) {
-  std::uint64_t const wakes = loop.wakeCount();
-  double const cpu = cpuSeconds();
-  double const wall = wallSeconds();
-  loop.runFor(seconds);
-  double const elapsed = wallSeconds() - wall;
-  return LoopCost{(cpuSeconds() - cpu) / elapsed,
-                  static_cast<double>(loop.wakeCount() - wakes) / elapsed, elapsed};
-}
-
 // Two stretches of `seconds` each: the first with an observer on every LED, for the lateness;
 // the second, LEDs still flashing, without them, for what flashing alone costs.
 void liveTicks(benchmark::State& state) {

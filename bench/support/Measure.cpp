@@ -8,6 +8,7 @@
 #include <ctime>
 #include <fstream>
 
+#include "platform/zel/ActivityManager.h"
 #include "platform/zel/AllocTrack.h"
 
 namespace PinlampBench {
@@ -63,6 +64,16 @@ double quantile(std::vector<double>& values, double q) {
   std::nth_element(values.begin(), values.begin() + static_cast<std::ptrdiff_t>(index),
                    values.end());
   return values[index];
+}
+
+LoopCost runLoop(Zel::ActivityManager& loop, double seconds) {
+  std::uint64_t const wakes = loop.wakeCount();
+  double const cpu = cpuSeconds();
+  double const wall = wallSeconds();
+  loop.runFor(seconds);
+  double const elapsed = wallSeconds() - wall;
+  return LoopCost{(cpuSeconds() - cpu) / elapsed,
+                  static_cast<double>(loop.wakeCount() - wakes) / elapsed, elapsed};
 }
 
 }  // namespace PinlampBench

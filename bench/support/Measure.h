@@ -7,6 +7,10 @@
 #include <string>
 #include <vector>
 
+namespace Zel {
+class ActivityManager;
+}
+
 namespace PinlampBench {
 
 // Seconds on the monotonic clock.
@@ -22,6 +26,16 @@ std::size_t peakResidentBytes() noexcept;
 std::int64_t liveTrackedObjects();
 // The same, per tracked type (demangled name).
 std::map<std::string, std::int64_t> liveTrackedObjectsByType();
+
+// What one stretch of the live loop cost the process.
+struct LoopCost {
+  double cpuShare;
+  double wakesPerSecond;
+  double seconds;
+};
+
+// Runs the live loop for `seconds` and says what that cost.
+LoopCost runLoop(Zel::ActivityManager& loop, double seconds);
 
 // The q-quantile (0..1) of `values`, by nearest rank; reorders `values`.
 double quantile(std::vector<double>& values, double q);
