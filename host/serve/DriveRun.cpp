@@ -31,7 +31,7 @@ class DriveRun {
         map_(std::move(map)),
         pins_(Zel::Dir::dirIs("pins")),
         follower_(*loop_, std::move(endpoint), {}, *pins_,
-                  [this](std::string const& line) { databaseLog(line); }) {}
+                  [this](std::string const& line) { log_.database(line); }) {}
 
   ~DriveRun() {
     statusTimer_.reset();
@@ -90,12 +90,6 @@ class DriveRun {
     notifier_.status(Drive::driverSummary(*driver_) + "; database " +
                      follower_.link().endpoint().describe() +
                      (follower_.isUp() ? " connected" : " lost, reconnecting"));
-  }
-
-  void databaseLog(std::string const& line) {
-    bool const trouble =
-        line.find(": lost ") != std::string::npos || line.find(": cannot ") != std::string::npos;
-    log_.line(trouble ? LogPriority::warning : LogPriority::notice, line);
   }
 
   void onSignal(int signal) {

@@ -158,7 +158,7 @@ class ServeRun {
     if (options_.database.url.empty()) return true;
     std::string error;
     database_ = ServerDatabase::serverDatabaseIs(
-        options_.database, *session_, [this](std::string const& line) { databaseLog(line); },
+        options_.database, *session_, [this](std::string const& line) { log_.database(line); },
         error);
     if (!database_) {
       log_.error("database: " + error);
@@ -174,16 +174,6 @@ class ServeRun {
   }
 
   // The link logs a loss and its recovery once each; a loss is worth a warning.
-  void databaseLog(std::string const& line) {
-    bool const trouble =
-        line.find(": lost ") != std::string::npos || line.find(": cannot ") != std::string::npos;
-    if (trouble) {
-      log_.warning(line);
-    } else {
-      log_.notice(line);
-    }
-  }
-
   void becomeReady() {
     log_.info("ready");
     updateStatus();

@@ -56,4 +56,10 @@ void ServiceLog::line(LogPriority priority, std::string const& text) {
   out_ << "warden: " << text << std::endl;
 }
 
+void ServiceLog::database(std::string const& text) {
+  bool const trouble =
+      text.find(": lost ") != std::string::npos || text.find(": cannot ") != std::string::npos;
+  line(trouble ? LogPriority::warning : LogPriority::notice, text);
+}
+
 }  // namespace Host

@@ -41,6 +41,8 @@ class ServiceLog {
   void warning(std::string const& text) { line(LogPriority::warning, text); }
   void notice(std::string const& text) { line(LogPriority::notice, text); }
   void info(std::string const& text) { line(LogPriority::info, text); }
+  // A line of the database backend: a loss or a failure is a warning, the rest notices.
+  void database(std::string const& text);
   // The stream for trace records: debug lines.
   std::ostream& traceStream() noexcept { return traceStream_; }
 
