@@ -92,6 +92,8 @@ void PinTableFollower::read(std::string const& key) {
 
 void PinTableFollower::apply(std::string const& key, std::string const& name,
                              redisReply const& reply) {
+  // A server that does not serve yet is one condition of the link, not one line per pin.
+  if (isNotServingYet(reply)) return link_.commandFailed(reply);
   if (isError(reply)) return log_("statedb: cannot read " + key + ": " + replyText(reply));
   Zel::Name const entry(name);
   Hash const hash = hashOfReply(reply);
@@ -115,9 +117,9 @@ void PinTableFollower::scan(std::string const& cursor) {
       {"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
       [this, generation](redisReply const& reply) {
         if (generation != generation_) return;
+        // Never taken for an empty table, which would darken every pin.
         if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-          log_(std::string("statedb: cannot scan ") + kPinTable + ": " + replyText(reply));
-          return scanDone();
+          return link_.commandFailed(reply);
         }
         redisReply const& keys = *reply.element[1];
         for (std::size_t i = 0; i < keys.elements; ++i) {
