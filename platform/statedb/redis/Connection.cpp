@@ -27,8 +27,7 @@ bool isError(redisReply const& reply) {
 bool isNotServingYet(redisReply const& reply) {
   if (!isError(reply)) return false;
   std::string_view const text(reply.str, reply.len);
-  return text.starts_with("LOADING") || text.starts_with("BUSY") ||
-         text.starts_with("MASTERDOWN");
+  return text.starts_with("LOADING") || text.starts_with("BUSY") || text.starts_with("MASTERDOWN");
 }
 
 Connection::Connection(Zel::ActivityManager& loop, Closed onClosed)

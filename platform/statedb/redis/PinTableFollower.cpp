@@ -113,24 +113,23 @@ void PinTableFollower::apply(std::string const& key, std::string const& name,
 
 void PinTableFollower::scan(std::string const& cursor) {
   std::uint64_t const generation = generation_;
-  link_.command(
-      {"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
-      [this, generation](redisReply const& reply) {
-        if (generation != generation_) return;
-        // Never taken for an empty table, which would darken every pin.
-        if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-          return link_.commandFailed(reply);
-        }
-        redisReply const& keys = *reply.element[1];
-        for (std::size_t i = 0; i < keys.elements; ++i) {
-          std::string key = replyText(*keys.element[i]);
-          mark(key);
-          seen_.insert(std::move(key));
-        }
-        std::string const next = replyText(*reply.element[0]);
-        if (next == "0") return scanDone();
-        scan(next);
-      });
+  link_.command({"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
+                [this, generation](redisReply const& reply) {
+                  if (generation != generation_) return;
+                  // Never taken for an empty table, which would darken every pin.
+                  if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
+                    return link_.commandFailed(reply);
+                  }
+                  redisReply const& keys = *reply.element[1];
+                  for (std::size_t i = 0; i < keys.elements; ++i) {
+                    std::string key = replyText(*keys.element[i]);
+                    mark(key);
+                    seen_.insert(std::move(key));
+                  }
+                  std::string const next = replyText(*reply.element[0]);
+                  if (next == "0") return scanDone();
+                  scan(next);
+                });
 }
 
 void PinTableFollower::scanDone() {

@@ -97,26 +97,26 @@ void PinTableWriter::rewritten() {
 
 void PinTableWriter::scan(std::string const& cursor) {
   std::uint64_t const generation = generation_;
-  link_.command(
-      {"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
-      [this, generation](redisReply const& reply) {
-        if (generation != generation_) return;
-        // A table that could not be read is not known to be empty: the link starts over.
-        if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-          return link_.commandFailed(reply);
-        }
-        // The next step goes first: the server then answers the reads of this page while the
-        // agent takes in the previous ones, rather than one after the other.
-        std::string const next = replyText(*reply.element[0]);
-        if (next == "0") {
-          scanning_ = false;
-        } else {
-          scan(next);
-        }
-        redisReply const& keys = *reply.element[1];
-        for (std::size_t i = 0; i < keys.elements; ++i) readValue(replyText(*keys.element[i]));
-        syncStep();
-      });
+  link_.command({"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
+                [this, generation](redisReply const& reply) {
+                  if (generation != generation_) return;
+                  // A table that could not be read is not known to be empty: the link starts over.
+                  if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
+                    return link_.commandFailed(reply);
+                  }
+                  // The next step goes first: the server then answers the reads of this page while
+                  // the agent takes in the previous ones, rather than one after the other.
+                  std::string const next = replyText(*reply.element[0]);
+                  if (next == "0") {
+                    scanning_ = false;
+                  } else {
+                    scan(next);
+                  }
+                  redisReply const& keys = *reply.element[1];
+                  for (std::size_t i = 0; i < keys.elements; ++i)
+                    readValue(replyText(*keys.element[i]));
+                  syncStep();
+                });
 }
 
 void PinTableWriter::readValue(std::string const& key) {
