@@ -41,6 +41,15 @@ TEST(EndpointTest, PlainTcpToAnotherMachineNeedsCredentialsOrAnExplicitAllowance
   EXPECT_EQ(refusalOf(remote, true), "");
   EXPECT_EQ(refusalOf(*endpointOf("redis://127.0.0.1:7000", error), false), "");
   EXPECT_EQ(refusalOf(*endpointOf("redis://u@10.0.0.5?password-file=/p", error), false), "");
+  // Loopback is an address, not a name that happens to begin like one.
+  for (char const* local : {"redis://127.0.0.1", "redis://127.9.8.7:6380", "redis://[::1]:6379",
+                            "redis://localhost", "redis://[::ffff:127.0.0.1]"}) {
+    EXPECT_EQ(refusalOf(*endpointOf(local, error), false), "") << local;
+  }
+  for (char const* remote : {"redis://127example.net", "redis://127.0.0.1.example.net",
+                             "redis://localhost.example.net", "redis://[::2]", "redis://127.1"}) {
+    EXPECT_NE(refusalOf(*endpointOf(remote, error), false), "") << remote;
+  }
 }
 
 class AclTest : public ::testing::Test {

@@ -80,7 +80,7 @@ void Link::connect() {
   }
   timeoutTimer_.armIn(settings_.timeout);
   checkNotifyFlags();
-  // The handshake ends with the answer to this PING, behind AUTH, SELECT and the flag check.
+  // The handshake ends with the answer to this question, behind AUTH, SELECT and the flag check.
   handshakePing();
   for (auto const& table : tables_) {
     if (subscriber_.subscribe("PSUBSCRIBE", keyspacePrefix_ + table + "|*")) ++confirmationsOwed_;
@@ -113,7 +113,11 @@ void Link::checkNotifyFlags() {
 
 void Link::handshakePing() {
   if (state_ != State::connecting) return;
-  commands_.command({"PING"}, [this](redisReply const& reply) { handshakeAnswered(reply); });
+  // Not a PING, which a loading server answers: a one-step scan of a followed table is refused
+  // until the server serves its data, and the link's reads are scans and reads like it.
+  std::string const pattern = (tables_.empty() ? std::string("*") : tables_.front() + "|*");
+  commands_.command({"SCAN", "0", "MATCH", pattern, "COUNT", "1"},
+                    [this](redisReply const& reply) { handshakeAnswered(reply); });
 }
 
 void Link::handshakeAnswered(redisReply const& reply) {

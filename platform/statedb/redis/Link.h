@@ -4,7 +4,7 @@
 // read anything. While the server is unreachable it retries with a capped back-off and logs the
 // loss and the recovery once each. A periodic PING with a time-out notices a hung server. A
 // server that answers but cannot serve yet (loading its data after a restart) is one condition:
-// said once, waited out with a PING now and then, and the link comes up once it serves.
+// said once, waited out with a question now and then, and the link comes up once it serves.
 #pragma once
 
 #include <cstdint>
@@ -108,7 +108,7 @@ class Link {
   LoopTimer retryTimer_;
   LoopTimer keepaliveTimer_;
   LoopTimer timeoutTimer_;
-  LoopTimer servingTimer_;  // the next PING to a server that does not serve yet
+  LoopTimer servingTimer_;  // the next question to a server that does not serve yet
   WriteCheck writeCheck_{*this};
   State state_ = State::idle;
   bool handshakeDone_ = false;
