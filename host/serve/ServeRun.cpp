@@ -274,6 +274,7 @@ class ServeRun {
   // Lights every mapped pin, then shows what the agent shows by then; the agent's own pin
   // configuration is not written, so nothing else that follows the pins sees the test.
   void lampTest() {
+    if (pinMap_) return log_.warning("SIGUSR2: no lamp test before the pins are claimed");
     if (!driver_) return log_.warning("SIGUSR2: a lamp test needs a pin map (pins = \"FILE\")");
     std::ostringstream line;
     line << "lamp test for " << options_.lampTestSeconds << " s";

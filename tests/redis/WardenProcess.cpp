@@ -9,6 +9,7 @@
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
+#include <string_view>
 #include <thread>
 
 namespace PinlampTest {
@@ -33,6 +34,18 @@ void WardenProcess::start(std::vector<std::string> const& arguments) {
   std::vector<char*> argv;
   for (auto& arg : args) argv.push_back(arg.data());
   argv.push_back(nullptr);
+  // Not a service manager's child: no notification socket, watchdog or journal. Prepared here,
+  // since the test may run threads of its own and the child may only call what is safe then.
+  std::vector<char*> env;
+  for (char** entry = environ; *entry; ++entry) {
+    std::string_view const text(*entry);
+    if (text.starts_with("NOTIFY_SOCKET=") || text.starts_with("WATCHDOG_USEC=") ||
+        text.starts_with("WATCHDOG_PID=") || text.starts_with("JOURNAL_STREAM=")) {
+      continue;
+    }
+    env.push_back(*entry);
+  }
+  env.push_back(nullptr);
   pid_ = ::fork();
   if (pid_ < 0) throw std::runtime_error("cannot fork");
   if (pid_ == 0) {
@@ -42,10 +55,7 @@ void WardenProcess::start(std::vector<std::string> const& arguments) {
     ::dup2(null, STDIN_FILENO);
     ::dup2(log, STDOUT_FILENO);
     ::dup2(log, STDERR_FILENO);
-    ::unsetenv("NOTIFY_SOCKET");
-    ::unsetenv("WATCHDOG_USEC");
-    ::unsetenv("JOURNAL_STREAM");
-    ::execv(WARDEN_PROGRAM, argv.data());
+    ::execve(WARDEN_PROGRAM, argv.data(), env.data());
     ::_exit(127);
   }
 }

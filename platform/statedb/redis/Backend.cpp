@@ -47,7 +47,9 @@ void Backend::onLinkDown() {
 void Backend::inputsRead() {
   // Once the agent has reacted to the whole read: its pins then stand as its inputs imply.
   afterIdle([this, connection = connection_] {
-    if (connection == connection_) pinWriter_.inputsRead();
+    if (connection != connection_) return;
+    link_.wholeReadDone();
+    pinWriter_.inputsRead();
   });
 }
 

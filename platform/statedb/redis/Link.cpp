@@ -220,7 +220,7 @@ void Link::commandFailed(redisReply const& reply) {
       notServing(reason);
     } else {
       // Refused, as an ACL without the right to scan would: retried with a growing back-off
-      // and said once, until the link has stayed up for a keep-alive period.
+      // and said once, until a whole read goes through.
       if (!refused_) {
         log_("statedb: " + endpoint_.describe() + " refused a read of the tables (" + reason +
              "); retrying");
@@ -229,6 +229,13 @@ void Link::commandFailed(redisReply const& reply) {
     }
     fail(reason);
   });
+}
+
+void Link::wholeReadDone() {
+  if (!refused_) return;
+  refused_ = false;
+  backoff_ = settings_.backoffMin;
+  log_("statedb: " + endpoint_.describe() + " serves the tables again");
 }
 
 void Link::probe(std::function<void()> done) {
@@ -272,11 +279,6 @@ void Link::keepalive() {
   commands_.command({"PING"}, [this](redisReply const& reply) {
     timeoutTimer_.disarm();
     if (isNotServingYet(reply)) return commandFailed(reply);
-    if (refused_) {
-      refused_ = false;
-      backoff_ = settings_.backoffMin;
-      log_("statedb: " + endpoint_.describe() + " serves the tables again");
-    }
     keepaliveTimer_.armIn(settings_.keepalive);
   });
 }

@@ -66,6 +66,8 @@ class Link {
   // answered with `reply`, an error: the link is taken down and comes up again once the server
   // serves, so that its listener starts over rather than take a failed read for an empty table.
   void commandFailed(redisReply const& reply);
+  // The listener's whole read of its tables went through: a refusal before it is over.
+  void wholeReadDone();
   // Calls `done` once every keyspace notification that the server sent before now has been
   // handed to the listener: a message published to this link's own channel comes back on the
   // subscriber connection behind them. Survives an outage (sent again once up).

@@ -134,6 +134,7 @@ void PinTableFollower::scan(std::string const& cursor) {
 
 void PinTableFollower::scanDone() {
   scanning_ = false;
+  link_.wholeReadDone();
   // Gone while the link was down: no key, and nothing touched it since the read began.
   std::vector<Zel::Name> gone;
   for (auto const& member : pins_->entries()) {
