@@ -210,6 +210,8 @@ TEST_F(ProcessFaultTest, PausedServerAndProcessesKilledMidStreamEndAsPublished) 
   startDrive();
   burst();
   publisher_->hashIs("LED_CONFIG|Led1", lit("red"), false);  // the last word
+  ASSERT_TRUE(serve_.awaitLog(kReady, kDeadline, 2) && drive_.awaitLog(kReady, kDeadline, 2))
+      << logs();
   EXPECT_TRUE(awaitShown("g 0\nr 1\n")) << logs();
 
   // The driver alone: a pin whose entry goes is shown dark.
