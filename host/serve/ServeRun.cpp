@@ -97,7 +97,7 @@ class ServeRun {
     session_->loop().run();
     if (driver_) driver_->stop();
     log_.notice("stopped");
-    return 0;
+    return status_;
   }
 
  private:
@@ -129,27 +129,47 @@ class ServeRun {
     return true;
   }
 
-  // The pins are claimed before the agent starts, so that nothing is lit when a pin that the
-  // map names cannot be driven (unless pins-partial lets the rest go on).
+  // The map is read before the agent starts, and a pin that cannot be driven stops warden before
+  // anything is lit (unless pins-partial lets the rest go on). On the embedded database the pins
+  // are claimed at once; with a server, once the first read has been applied.
   bool startDriver() {
     if (options_.pinMap.empty()) return true;
     readiness_.conditionIs(kPinsCondition);
     try {
-      Drive::DriverOptions driverOptions;
-      driverOptions.partial = options_.pinsPartial;
-      driver_ = std::make_unique<Drive::PinDriver>(
-          Drive::loadPinMap(options_.pinMap), session_->pins(), session_->loop(),
-          [this](std::string const& line) { log_.warning(line); }, driverOptions);
+      pinMap_ = Drive::loadPinMap(options_.pinMap);
     } catch (Drive::PinMapError const& error) {
       log_.error(error.what());
       return false;
+    }
+    return !options_.database.url.empty() || claimPins();
+  }
+
+  bool claimPins() {
+    try {
+      Drive::DriverOptions driverOptions;
+      driverOptions.partial = options_.pinsPartial;
+      driver_ = std::make_unique<Drive::PinDriver>(
+          std::move(*pinMap_), session_->pins(), session_->loop(),
+          [this](std::string const& line) { log_.warning(line); }, driverOptions);
     } catch (Drive::DriveError const& error) {
       log_.error("pins that cannot be driven (pins-partial drives the rest): " +
                  std::string(error.what()));
       return false;
     }
+    pinMap_.reset();
     readiness_.conditionMet(kPinsCondition);
     return true;
+  }
+
+  // Claimed before the first read, every pin would start dark and a lit one blink on restart:
+  // claimed now, each starts as the agent shows it, as `warden drive` starts its pins.
+  void firstReadApplied() {
+    if (pinMap_ && !claimPins()) {
+      status_ = 1;
+      session_->loop().stop();
+      return;
+    }
+    readiness_.conditionMet(kDatabaseCondition);
   }
 
   // Follows the server once the agent listens to its directories; a server that is not there
@@ -169,7 +189,7 @@ class ServeRun {
       if (readiness_.isReady()) updateStatus();
     });
     database_->start();
-    database_->whenSynced([this] { readiness_.conditionMet(kDatabaseCondition); });
+    database_->whenSynced([this] { firstReadApplied(); });
     return true;
   }
 
@@ -254,6 +274,7 @@ class ServeRun {
   // Lights every mapped pin, then shows what the agent shows by then; the agent's own pin
   // configuration is not written, so nothing else that follows the pins sees the test.
   void lampTest() {
+    if (pinMap_) return log_.warning("SIGUSR2: no lamp test before the pins are claimed");
     if (!driver_) return log_.warning("SIGUSR2: a lamp test needs a pin map (pins = \"FILE\")");
     std::ostringstream line;
     line << "lamp test for " << options_.lampTestSeconds << " s";
@@ -276,11 +297,13 @@ class ServeRun {
   Readiness readiness_;
   std::vector<std::string> restartOnlyConfig_;
   std::optional<Session> session_;
+  std::optional<Drive::PinMap> pinMap_;  // read, not claimed yet
   std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<ServerDatabase> database_;
   std::unique_ptr<SignalWatch> signals_;
   std::optional<PeriodicTimer> watchdog_;
   std::optional<PeriodicTimer> statusTimer_;
+  int status_ = 0;
 };
 
 }  // namespace

@@ -136,20 +136,26 @@ void Mirror::read(std::string const& key) {
   reading_[key] = false;
   asked_.push_back(key);
   ++reads_;
+  ++sent_;
 }
 
 void Mirror::onReply(redisReply const& reply) {
   if (asked_.empty()) return;
   std::string const key = std::move(asked_.front());
   asked_.pop_front();
+  ++answered_;
   onHash(key, reply);
+  resyncCheck();
 }
 
 void Mirror::onHash(std::string const& key, redisReply const& reply) {
   auto reading = reading_.find(key);
   bool const again = reading != reading_.end() && reading->second;
   if (reading != reading_.end()) reading_.erase(reading);
-  if (again) {
+  if (isNotServingYet(reply)) {
+    // Not an answer about the key: the link starts over and the whole read covers it.
+    link_.commandFailed(reply);
+  } else if (again) {
     keyTouched(key);
   } else if (isError(reply)) {
     log_("statedb: cannot read " + key + ": " + replyText(reply));
@@ -200,6 +206,9 @@ void Mirror::resync() {
   reading_.clear();
   asked_.clear();
   seen_.clear();
+  sent_ = answered_ = 0;
+  resyncReads_.reset();
+  resyncing_ = true;
   scansOwed_ = 2;
   scan(kLedTable, "0");
   scan(kMappingTable, "0");
@@ -214,6 +223,7 @@ void Mirror::linkDown() {
   reading_.clear();
   asked_.clear();
   scansOwed_ = 0;
+  resyncing_ = false;
 }
 
 void Mirror::scan(std::string const& table, std::string const& cursor) {
@@ -221,9 +231,9 @@ void Mirror::scan(std::string const& table, std::string const& cursor) {
   link_.command({"SCAN", cursor, "MATCH", table + "|*", "COUNT", kScanCount},
                 [this, table, generation](redisReply const& reply) {
                   if (generation != generation_) return;
+                  // Never taken for an empty table: its entities would all be removed.
                   if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-                    log_("statedb: cannot scan " + table + ": " + replyText(reply));
-                    return scanDone();
+                    return link_.commandFailed(reply);
                   }
                   redisReply const& keys = *reply.element[1];
                   for (std::size_t i = 0; i < keys.elements; ++i) {
@@ -241,8 +251,15 @@ void Mirror::scanDone() {
   if (scansOwed_ == 0 || --scansOwed_ != 0) return;
   removeUnseen();
   seen_.clear();
-  flushSoon();
-  quietCheck();
+  flush();
+  resyncReads_ = sent_;
+  resyncCheck();
+}
+
+void Mirror::resyncCheck() {
+  if (!resyncing_ || !resyncReads_ || answered_ < *resyncReads_) return;
+  resyncing_ = false;
+  if (resyncedHandler_) resyncedHandler_();
 }
 
 void Mirror::removeUnseen() {
