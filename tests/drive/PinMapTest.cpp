@@ -70,6 +70,9 @@ TEST(PinMapTest, RefusesABadMapWithTheLineAndWhatIsWrong) {
        "map.toml:5: unknown key 'brightnes' in pin"},
       {"on_stop = \"off\"\n[[pin]]\nname = \"p\"\nbackend = \"led\"\ndevice = \"x\"\n",
        "map.toml:1: 'on_stop' must be leave, dark or lit"},
+      {"on_stop = \"dark\"\nsysfs_rot = \"/sys\"\n[[pin]]\nname = \"p\"\nbackend = \"led\"\n"
+       "device = \"x\"\n",
+       "map.toml:2: unknown key 'sysfs_rot' in the map"},
       {"pin = 3\n", "map.toml:1: 'pin' must be a list of [[pin]] tables"},
       {"", "map.toml:1: the map names no pin"},
       {"[[pin]]\nname = \"p\nbackend = \"led\"\n", "map.toml:2:"},
