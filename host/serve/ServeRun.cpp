@@ -13,12 +13,15 @@
 #include "host/drive/PinDriver.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/AgentProfile.h"
+#include "host/run/ExitStatus.h"
 #include "host/run/RunSetup.h"
 #include "host/run/ServerDatabase.h"
 #include "host/run/Session.h"
+#include "host/serve/ConfigReload.h"
 #include "host/serve/PeriodicTimer.h"
 #include "host/serve/Readiness.h"
 #include "host/serve/ServeConfig.h"
+#include "host/serve/ServiceInputs.h"
 #include "host/serve/ServiceLog.h"
 #include "host/serve/SystemdNotifier.h"
 
@@ -59,16 +62,14 @@ char const* signalName(int signal) {
 
 class ServeRun {
  public:
-  ServeRun(std::vector<std::string> commandLine, Options options, ServiceLog& log)
-      : commandLine_(std::move(commandLine)),
-        options_(std::move(options)),
+  ServeRun(std::vector<std::string> commandLine, Options options,
+           std::optional<Drive::PinMap> pinMap, ServiceLog& log)
+      : options_(std::move(options)),
         log_(log),
         setup_(options_, log_.traceStream()),
-        readiness_([this] { becomeReady(); }) {
-    if (!options_.configPath.empty()) {
-      restartOnlyConfig_ = restartOnlyArguments(readConfig(options_.configPath));
-    }
-  }
+        readiness_([this] { becomeReady(); }),
+        reload_(std::move(commandLine), options_.configPath),
+        pinMap_(std::move(pinMap)) {}
 
   ~ServeRun() {
     statusTimer_.reset();
@@ -82,7 +83,7 @@ class ServeRun {
   int run() {
     if (!setup_.hasPlugin()) {
       log_.error(setup_.loadError());
-      return 1;
+      return kExitWrongInput;
     }
     setup_.traceLevelsIs(0);
     session_.emplace(Zel::ActivityManager::TimeSource::monotonic,
@@ -91,7 +92,7 @@ class ServeRun {
     watchSignals();
     log_.notice("serving agent '" + options_.agentName + "' from " + setup_.plugin().path() +
                 " on cell " + std::to_string(options_.cell) + ", database " + databaseState());
-    if (!startDriver() || !startAgent() || !startDatabase()) return 1;
+    if (!startDriver() || !startAgent() || !startDatabase()) return startFailure_;
     readiness_.waitingDone();
     startTimers();
     session_->loop().run();
@@ -138,14 +139,12 @@ class ServeRun {
       Drive::DriverOptions driverOptions;
       driverOptions.partial = options_.pinsPartial;
       driver_ = std::make_unique<Drive::PinDriver>(
-          Drive::loadPinMap(options_.pinMap), session_->pins(), session_->loop(),
+          std::move(*pinMap_), session_->pins(), session_->loop(),
           [this](std::string const& line) { log_.warning(line); }, driverOptions);
-    } catch (Drive::PinMapError const& error) {
-      log_.error(error.what());
-      return false;
     } catch (Drive::DriveError const& error) {
       log_.error("pins that cannot be driven (pins-partial drives the rest): " +
                  std::string(error.what()));
+      startFailure_ = exitStatusOf(error);
       return false;
     }
     readiness_.conditionMet(kPinsCondition);
@@ -162,6 +161,7 @@ class ServeRun {
         error);
     if (!database_) {
       log_.error("database: " + error);
+      startFailure_ = kExitWrongInput;
       return false;
     }
     readiness_.conditionIs(kDatabaseCondition);
@@ -225,29 +225,29 @@ class ServeRun {
     session_->loop().stop();
   }
 
-  // Only the trace levels change in a running agent: the plug-in, the agent's name, its cell,
-  // its database and its pins are what the agent was started with, and a restart applies them.
+  // Only the trace levels and the lamp test's length change in a running agent: the plug-in, the
+  // agent's name, its cell, its database and its pins are what the agent was started with, and a
+  // restart applies them.
   void reload() {
-    if (options_.configPath.empty()) {
+    if (!reload_.hasFile()) {
       log_.warning("SIGHUP: no configuration file to reload (started without --config)");
       return;
     }
-    ConfigRead const read = readConfig(options_.configPath);
-    ParsedOptions const reloaded =
-        read.error.empty() ? loadServeOptions(commandLine_) : ParsedOptions{{}, read.error};
-    if (!reloaded.error.empty()) {
+    ConfigReload::Outcome const reloaded = reload_.reload();
+    if (!reloaded.options) {
       log_.error("SIGHUP: " + reloaded.error + "; the running configuration stays");
       return;
     }
     TraceCollector& traces = setup_.traces();
     traces.reset();
-    for (auto const& [facility, levels] : reloaded.options.traces) {
+    for (auto const& [facility, levels] : reloaded.options->traces) {
       traces.printedLevelsIs(facility, levels);
     }
-    log_.info("SIGHUP: trace levels reloaded from " + options_.configPath);
-    if (restartOnlyArguments(read) != restartOnlyConfig_) {
-      log_.warning("SIGHUP: options other than trace changed in " + options_.configPath +
-                   "; they take effect at the next restart");
+    options_.lampTestSeconds = reloaded.options->lampTestSeconds;
+    log_.info("SIGHUP: trace levels and lamp-test-seconds reloaded from " + reload_.path());
+    if (reloaded.restartNeeded) {
+      log_.warning("SIGHUP: options other than trace and lamp-test-seconds changed in " +
+                   reload_.path() + "; they take effect at the next restart");
     }
   }
 
@@ -268,31 +268,35 @@ class ServeRun {
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
   }
 
-  std::vector<std::string> commandLine_;
   Options options_;
   ServiceLog& log_;
   RunSetup setup_;
   SystemdNotifier notifier_;
   Readiness readiness_;
-  std::vector<std::string> restartOnlyConfig_;
+  ConfigReload reload_;
   std::optional<Session> session_;
+  std::optional<Drive::PinMap> pinMap_;  // read and checked, not claimed yet
   std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<ServerDatabase> database_;
   std::unique_ptr<SignalWatch> signals_;
   std::optional<PeriodicTimer> watchdog_;
   std::optional<PeriodicTimer> statusTimer_;
+  int startFailure_ = kExitFailed;  // the exit status when the start fails
 };
 
 }  // namespace
 
 int runServe(std::vector<std::string> const& commandLine) {
   ServiceLog log(std::cerr, standardErrorIsJournal());
-  ParsedOptions const parsed = loadServeOptions(commandLine);
+  ParsedOptions const parsed = loadServiceOptions(commandLine);
   if (!parsed.error.empty()) {
     log.error(parsed.error);
-    return 2;
+    return kExitWrongInput;
   }
-  return ServeRun(commandLine, parsed.options, log).run();
+  int status = kExitDone;
+  std::optional<ServiceInputs> inputs = checkServiceInputs(parsed.options, log, status);
+  if (!inputs) return status;
+  return ServeRun(commandLine, parsed.options, std::move(inputs->pinMap), log).run();
 }
 
 }  // namespace Host

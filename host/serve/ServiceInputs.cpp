@@ -1,0 +1,41 @@
+#include "host/serve/ServiceInputs.h"
+
+#include "host/drive/PinDriver.h"
+#include "host/run/ExitStatus.h"
+#include "host/run/ServerDatabase.h"
+
+namespace Host {
+
+std::optional<ServiceInputs> checkServiceInputs(Options const& options, ServiceLog& log,
+                                                int& status) {
+  ServiceInputs inputs;
+  status = kExitWrongInput;
+  if (!options.database.url.empty()) {
+    std::string error;
+    inputs.endpoint = endpointFor(options.database, error);
+    if (!inputs.endpoint) {
+      log.error("database: " + error);
+      return std::nullopt;
+    }
+  }
+  if (options.pinMap.empty()) return inputs;
+  try {
+    inputs.pinMap = Drive::loadPinMap(options.pinMap);
+    if (!options.pinsPartial) {
+      Drive::DriverOptions check;
+      Drive::PinDriver::check(*inputs.pinMap, check);
+    }
+  } catch (Drive::PinMapError const& error) {
+    log.error(error.what());
+    return std::nullopt;
+  } catch (Drive::DriveError const& error) {
+    log.error(std::string("pins that cannot be driven (pins-partial drives the rest): ") +
+              error.what());
+    status = exitStatusOf(error);
+    return std::nullopt;
+  }
+  status = kExitDone;
+  return inputs;
+}
+
+}  // namespace Host
