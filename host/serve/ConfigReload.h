@@ -9,24 +9,19 @@
 #include <vector>
 
 #include "host/run/Options.h"
+#include "host/serve/ServiceLog.h"
 
 namespace Host {
 
 class ConfigReload {
  public:
-  struct Outcome {
-    std::optional<Options> options;  // none when the file no longer reads; `error` says why
-    std::string error;               // "FILE:LINE: what is wrong"
-    bool restartNeeded = false;      // options a restart is needed for changed in the file
-  };
-
   // `commandLine` is the service's, starting with its command; `configPath` the file it names,
   // empty for none. The file is read now, to know later what changed in it.
   ConfigReload(std::vector<std::string> commandLine, std::string configPath);
 
-  bool hasFile() const noexcept { return !path_.empty(); }
-  std::string const& path() const noexcept { return path_; }
-  Outcome reload() const;
+  // The options to apply, logged as `applied` ("trace levels") reloaded; nothing, with the
+  // reason logged, without a file or when it no longer reads.
+  std::optional<Options> reload(ServiceLog& log, std::string const& applied) const;
 
  private:
   std::vector<std::string> commandLine_;

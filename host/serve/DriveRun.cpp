@@ -107,21 +107,9 @@ class DriveRun {
   // Only the lamp test's length changes in a running driver: the map, its pins and the server
   // are what it claimed and follows, and a restart applies them.
   void reload() {
-    if (!reload_.hasFile()) {
-      log_.warning("SIGHUP: no configuration file to reload (started without --config)");
-      return;
-    }
-    ConfigReload::Outcome const reloaded = reload_.reload();
-    if (!reloaded.options) {
-      log_.error("SIGHUP: " + reloaded.error + "; the running configuration stays");
-      return;
-    }
-    options_.lampTestSeconds = reloaded.options->lampTestSeconds;
-    log_.info("SIGHUP: lamp-test-seconds reloaded from " + reload_.path());
-    if (reloaded.restartNeeded) {
-      log_.warning("SIGHUP: options other than trace and lamp-test-seconds changed in " +
-                   reload_.path() + "; they take effect at the next restart");
-    }
+    std::optional<Options> const reloaded = reload_.reload(log_, "lamp-test-seconds");
+    if (!reloaded) return;
+    options_.lampTestSeconds = reloaded->lampTestSeconds;
   }
 
   void lampTest() {

@@ -229,26 +229,15 @@ class ServeRun {
   // agent's name, its cell, its database and its pins are what the agent was started with, and a
   // restart applies them.
   void reload() {
-    if (!reload_.hasFile()) {
-      log_.warning("SIGHUP: no configuration file to reload (started without --config)");
-      return;
-    }
-    ConfigReload::Outcome const reloaded = reload_.reload();
-    if (!reloaded.options) {
-      log_.error("SIGHUP: " + reloaded.error + "; the running configuration stays");
-      return;
-    }
+    std::optional<Options> const reloaded =
+        reload_.reload(log_, "trace levels and lamp-test-seconds");
+    if (!reloaded) return;
     TraceCollector& traces = setup_.traces();
     traces.reset();
-    for (auto const& [facility, levels] : reloaded.options->traces) {
+    for (auto const& [facility, levels] : reloaded->traces) {
       traces.printedLevelsIs(facility, levels);
     }
-    options_.lampTestSeconds = reloaded.options->lampTestSeconds;
-    log_.info("SIGHUP: trace levels and lamp-test-seconds reloaded from " + reload_.path());
-    if (reloaded.restartNeeded) {
-      log_.warning("SIGHUP: options other than trace and lamp-test-seconds changed in " +
-                   reload_.path() + "; they take effect at the next restart");
-    }
+    options_.lampTestSeconds = reloaded->lampTestSeconds;
   }
 
   // Lights every mapped pin, then shows what the agent shows by then; the agent's own pin
