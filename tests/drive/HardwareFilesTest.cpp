@@ -100,8 +100,9 @@ device = "blue"
   EXPECT_EQ(contents(leds / "amber/brightness"), "7\n");
 }
 
-// One LED of the map is missing: the start is refused before the LED that is there loses its
-// kernel trigger or its brightness, before the GPIO line is requested and the file made.
+// An LED of the map is missing, and a file's directory: the start is refused before the LED
+// that is there loses its kernel trigger or its brightness, before the GPIO line is requested and
+// the other file made.
 TEST_F(HardwareFilesTest, ARefusedStartLeavesEveryPinAsItWas) {
   fs::path const red = root_ / "sys/class/leds/red";
   put(red / "max_brightness", "255\n");
@@ -129,12 +130,18 @@ brightness = 9
 name = "amber"
 backend = "file"
 path = "out/amber"
+[[pin]]
+name = "white"
+backend = "file"
+path = "gone/white"
 )");
     ADD_FAILURE() << "started without LED blue";
   } catch (DriveError const& error) {
+    std::string const map = (root_ / "map.toml").string();
     EXPECT_EQ(std::string(error.what()),
-              (root_ / "map.toml").string() +
-                  ":11: pin 'blue': LED 'blue': trigger: No such file or directory");
+              map + ":11: pin 'blue': LED 'blue': trigger: No such file or directory\n" + map +
+                  ":20: pin 'white': file '" + (root_ / "gone/white").string() +
+                  "': No such file or directory");
     EXPECT_FALSE(error.transient());
   }
   EXPECT_EQ(contents(red / "trigger"), "[heartbeat] none");
