@@ -146,7 +146,8 @@ int runDrive(std::vector<std::string> const& commandLine) {
   }
   // A wrong URL, map or device is refused before anything connects or is driven.
   int status = kExitDone;
-  std::optional<ServiceInputs> inputs = checkServiceInputs(parsed.options, log, status);
+  std::optional<ServiceInputs> inputs =
+      checkServiceInputs(commandLine, parsed.options, log, status);
   if (!inputs) return status;
   return DriveRun(commandLine, parsed.options, std::move(*inputs->pinMap),
                   std::move(*inputs->endpoint), log)

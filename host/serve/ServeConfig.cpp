@@ -85,6 +85,13 @@ std::vector<ConfigArgument> configArguments(toml::table const& table) {
   return arguments;
 }
 
+// The file may hold what the command needs (drive's --db and --pins): the command line is first
+// read for --config as serve's, which needs no option.
+ParsedOptions parsedAsServe(std::vector<std::string> commandLine) {
+  if (!commandLine.empty()) commandLine[0] = kServeCommand;
+  return parseOptions(commandLine);
+}
+
 }  // namespace
 
 ConfigRead readConfig(std::string const& path) {
@@ -109,11 +116,7 @@ ConfigRead readConfig(std::string const& path) {
 }
 
 ParsedOptions loadServiceOptions(std::vector<std::string> const& commandLine) {
-  // The file may hold what the command needs (drive's --db and --pins): the command line is
-  // first read for --config alone, as serve's, which needs nothing.
-  std::vector<std::string> asServe = commandLine;
-  if (!asServe.empty()) asServe[0] = kServeCommand;
-  ParsedOptions const given = parseOptions(asServe);
+  ParsedOptions const given = parsedAsServe(commandLine);
   if (!given.error.empty() || given.options.configPath.empty()) return parseOptions(commandLine);
   ConfigRead const read = readConfig(given.options.configPath);
   if (!read.error.empty()) return {given.options, read.error};
@@ -121,6 +124,22 @@ ParsedOptions loadServiceOptions(std::vector<std::string> const& commandLine) {
   for (ConfigArgument const& option : read.arguments) combined.push_back(option.argument);
   combined.insert(combined.end(), commandLine.begin() + 1, commandLine.end());
   return parseOptions(combined);
+}
+
+std::string optionPlace(std::vector<std::string> const& commandLine, std::string const& name) {
+  std::string const option = "--" + name;
+  for (std::string const& argument : commandLine) {
+    if (argument == option || argument.starts_with(option + "=")) return "";
+  }
+  std::string const path = parsedAsServe(commandLine).options.configPath;
+  if (path.empty()) return "";
+  std::string place;
+  for (ConfigArgument const& given : readConfig(path).arguments) {
+    if (given.argument.starts_with(option + "=")) {
+      place = path + ":" + std::to_string(given.line) + ": ";
+    }
+  }
+  return place;
 }
 
 std::vector<std::string> restartOnlyArguments(ConfigRead const& read) {

@@ -30,6 +30,11 @@ ConfigRead readConfig(std::string const& path);
 // top of those of its --config file when it names one. An error names the file and line at fault.
 ParsedOptions loadServiceOptions(std::vector<std::string> const& commandLine);
 
+// Where the option `name` ("db") that `commandLine` runs with was given: "FILE:LINE: " for a key
+// of its configuration file, so that a value refused later is located; empty when the command
+// line gives it.
+std::string optionPlace(std::vector<std::string> const& commandLine, std::string const& name);
+
 // The options of `read` that a restart is needed to change: all but those a running service
 // takes up at once, the trace levels and the lamp test's length.
 std::vector<std::string> restartOnlyArguments(ConfigRead const& read);

@@ -283,7 +283,8 @@ int runServe(std::vector<std::string> const& commandLine) {
     return kExitWrongInput;
   }
   int status = kExitDone;
-  std::optional<ServiceInputs> inputs = checkServiceInputs(parsed.options, log, status);
+  std::optional<ServiceInputs> inputs =
+      checkServiceInputs(commandLine, parsed.options, log, status);
   if (!inputs) return status;
   return ServeRun(commandLine, parsed.options, std::move(inputs->pinMap), log).run();
 }

@@ -1,12 +1,19 @@
 #include "host/serve/ServiceInputs.h"
 
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
 #include "host/drive/PinDriver.h"
 #include "host/run/ExitStatus.h"
 #include "host/run/ServerDatabase.h"
+#include "host/serve/ServeConfig.h"
 
 namespace Host {
 
-std::optional<ServiceInputs> checkServiceInputs(Options const& options, ServiceLog& log,
+std::optional<ServiceInputs> checkServiceInputs(std::vector<std::string> const& commandLine,
+                                                Options const& options, ServiceLog& log,
                                                 int& status) {
   ServiceInputs inputs;
   status = kExitWrongInput;
@@ -14,11 +21,16 @@ std::optional<ServiceInputs> checkServiceInputs(Options const& options, ServiceL
     std::string error;
     inputs.endpoint = endpointFor(options.database, error);
     if (!inputs.endpoint) {
-      log.error("database: " + error);
+      log.error(optionPlace(commandLine, "db") + "database: " + error);
       return std::nullopt;
     }
   }
   if (options.pinMap.empty()) return inputs;
+  if (::access(options.pinMap.c_str(), R_OK) != 0) {
+    log.error(optionPlace(commandLine, "pins") + "cannot read the pin map " + options.pinMap +
+              ": " + std::strerror(errno));
+    return std::nullopt;
+  }
   try {
     inputs.pinMap = Drive::loadPinMap(options.pinMap);
     if (!options.pinsPartial) {

@@ -5,6 +5,8 @@
 #pragma once
 
 #include <optional>
+#include <string>
+#include <vector>
 
 #include "host/drive/PinMap.h"
 #include "host/run/Options.h"
@@ -18,9 +20,12 @@ struct ServiceInputs {
   std::optional<Drive::PinMap> pinMap;               // with --pins
 };
 
-// Nothing when an input is refused, with `status` set to the exit status that says why. With
-// pins-partial the devices are left for the claim, which drives those that are there.
-std::optional<ServiceInputs> checkServiceInputs(Options const& options, ServiceLog& log,
+// The inputs of `options`, read from `commandLine` and its configuration file. Nothing when an
+// input is refused, with `status` set to the exit status that says why; a value of the file is
+// located at its line. With pins-partial the devices are left for the claim, which drives those
+// that are there.
+std::optional<ServiceInputs> checkServiceInputs(std::vector<std::string> const& commandLine,
+                                                Options const& options, ServiceLog& log,
                                                 int& status);
 
 }  // namespace Host

@@ -273,6 +273,8 @@ TEST_F(ServeNotifyTest, WrongInputsExitTwoBeforeAnyPinIsTouched) {
   std::ofstream(dir_ / "leds.toml") << leds;
   std::ofstream(dir_ / "typo.toml") << "sysfs_rot = \"sys\"\n" << leds.substr(leds.find('\n') + 1);
   std::string const map = (dir_ / "leds.toml").string();
+  std::string const config = (dir_ / "pinlamp.toml").string();
+  std::ofstream(config) << "name = \"lamp\"\ndb = \"unix:\"\n";
   std::string const unreachable = "unix:" + (dir_ / "none.sock").string();
   struct Case {
     std::vector<std::string> arguments;
@@ -285,7 +287,7 @@ TEST_F(ServeNotifyTest, WrongInputsExitTwoBeforeAnyPinIsTouched) {
       {{"run", "--agent", AGENT_PLUGIN, "--pins", map}, map + ":6: pin 'b': LED 'blue'"},
       {{"serve", "--agent", AGENT_PLUGIN, "--pins", (dir_ / "typo.toml").string()},
        (dir_ / "typo.toml").string() + ":1: unknown key 'sysfs_rot' in the map"},
-      {{"serve", "--agent", AGENT_PLUGIN, "--db", "unix:"}, "database: "},
+      {{"serve", "--agent", AGENT_PLUGIN, "--config", config}, config + ":2: database: "},
       {{"drive", "--db", "redis:/x", "--pins", map}, "database: "},
       {{"serve", "--agent", (dir_ / "none.so").string()}, "none.so"},
   };
