@@ -33,10 +33,7 @@ std::optional<ServiceInputs> checkServiceInputs(std::vector<std::string> const& 
   }
   try {
     inputs.pinMap = Drive::loadPinMap(options.pinMap);
-    if (!options.pinsPartial) {
-      Drive::DriverOptions check;
-      Drive::PinDriver::check(*inputs.pinMap, check);
-    }
+    if (!options.pinsPartial) Drive::PinDriver::check(*inputs.pinMap, {});
   } catch (Drive::PinMapError const& error) {
     log.error(error.what());
     return std::nullopt;
