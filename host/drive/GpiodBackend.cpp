@@ -1,7 +1,6 @@
 #include "host/drive/GpiodBackend.h"
 
 #include <cstring>
-#include <map>
 #include <unordered_map>
 
 namespace Drive {
@@ -12,6 +11,11 @@ std::string errorText(int error) {
   return std::strerror(error);
 }
 
+PinFault lineFault(std::size_t pin, unsigned offset, std::string const& chip, int error) {
+  return {pin, error,
+          "line " + std::to_string(offset) + " of GPIO chip '" + chip + "': " + errorText(error)};
+}
+
 }  // namespace
 
 GpiodBackend::GpiodBackend(std::unique_ptr<GpioLines> lines) : lines_(std::move(lines)) {}
@@ -20,10 +24,9 @@ GpiodBackend::~GpiodBackend() {
   for (Request const& request : requests_) lines_->release(request.handle);
 }
 
-std::vector<PinFault> GpiodBackend::claim(std::vector<PinClaim> const& pins) {
-  std::vector<PinFault> faults;
-  // Ordered by chip and polarity so that requests come out the same at every start.
-  std::map<std::pair<std::size_t, bool>, std::vector<Line>> groups;
+GpiodBackend::Groups GpiodBackend::resolve(std::vector<PinClaim> const& pins,
+                                           std::vector<PinFault>& faults) {
+  Groups groups;
   std::unordered_map<std::string, std::string> takenBy;  // "chip/offset" -> pin
   for (PinClaim const& claim : pins) {
     PinAddress const& address = *claim.address;
@@ -44,7 +47,8 @@ std::vector<PinFault> GpiodBackend::claim(std::vector<PinClaim> const& pins) {
     std::string const key = std::to_string(chip) + "/" + std::to_string(offset);
     auto const [other, fresh] = takenBy.emplace(key, address.pin);
     if (!fresh) {
-      faults.push_back({claim.pin, EBUSY,
+      // A mistake in the map, not a line that someone else holds: no restart mends it.
+      faults.push_back({claim.pin, EINVAL,
                         "line " + std::to_string(offset) + " of GPIO chip '" + address.chip +
                             "' is also pin '" + other->second + "'"});
       continue;
@@ -52,7 +56,24 @@ std::vector<PinFault> GpiodBackend::claim(std::vector<PinClaim> const& pins) {
     groups[{chip, address.activeLow}].push_back(
         {claim.pin, chip, offset, address.activeLow, claim.lit ? 1 : 0, &address.chip});
   }
-  for (auto const& [key, group] : groups) requestGroup(group, faults);
+  return groups;
+}
+
+std::vector<PinFault> GpiodBackend::check(std::vector<PinClaim> const& pins) {
+  std::vector<PinFault> faults;
+  for (auto const& [key, group] : resolve(pins, faults)) {
+    for (Line const& line : group) {
+      if (int error = lines_->checkLine(line.chip, line.offset)) {
+        faults.push_back(lineFault(line.pin, line.offset, *line.chipName, error));
+      }
+    }
+  }
+  return faults;
+}
+
+std::vector<PinFault> GpiodBackend::claim(std::vector<PinClaim> const& pins) {
+  std::vector<PinFault> faults;
+  for (auto const& [key, group] : resolve(pins, faults)) requestGroup(group, faults);
   return faults;
 }
 
@@ -68,9 +89,7 @@ void GpiodBackend::requestGroup(std::vector<Line> const& group, std::vector<PinF
     for (Line const& line : part) {
       int lineError = 0;
       if (!requestLines({line}, lineError)) {
-        faults.push_back({line.pin, lineError,
-                          "line " + std::to_string(line.offset) + " of GPIO chip '" +
-                              *line.chipName + "': " + errorText(lineError)});
+        faults.push_back(lineFault(line.pin, line.offset, *line.chipName, lineError));
         continue;
       }
       lines_->release(requests_.back().handle);

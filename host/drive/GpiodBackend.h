@@ -2,6 +2,7 @@
 // more lines than one request can), and one bulk write per request that has a changed line.
 #pragma once
 
+#include <map>
 #include <memory>
 #include <string>
 #include <vector>
@@ -17,6 +18,7 @@ class GpiodBackend final : public PinBackend {
   ~GpiodBackend() override;
 
   Backend kind() const noexcept override { return Backend::gpiod; }
+  std::vector<PinFault> check(std::vector<PinClaim> const& pins) override;
   std::vector<PinFault> claim(std::vector<PinClaim> const& pins) override;
   std::vector<PinFault> write(std::vector<PinWrite> const& writes) override;
 
@@ -44,6 +46,10 @@ class GpiodBackend final : public PinBackend {
     bool claimed = false;
   };
 
+  // The lines of `pins` by chip and polarity, ordered so that requests come out the same at
+  // every start; pins whose chip or line cannot be found, or that name a line twice, go to faults.
+  using Groups = std::map<std::pair<std::size_t, bool>, std::vector<Line>>;
+  Groups resolve(std::vector<PinClaim> const& pins, std::vector<PinFault>& faults);
   void requestGroup(std::vector<Line> const& group, std::vector<PinFault>& faults);
   bool requestLines(std::vector<Line> const& lines, int& error);
 

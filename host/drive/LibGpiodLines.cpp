@@ -48,6 +48,14 @@ class LibGpiodLines final : public GpioLines {
     return 0;
   }
 
+  int checkLine(std::size_t chip, unsigned offset) override {
+    if (offset >= gpiod_chip_num_lines(chips_[chip])) return EINVAL;
+    errno = 0;
+    gpiod_line* line = gpiod_chip_get_line(chips_[chip], offset);
+    if (!line || gpiod_line_update(line) != 0) return lastError();
+    return gpiod_line_is_used(line) ? EBUSY : 0;
+  }
+
   int request(std::size_t chip, std::vector<unsigned> const& offsets, bool activeLow,
               std::vector<int> const& values, std::size_t& request) override {
     if (offsets.size() > GPIOD_LINE_BULK_MAX_LINES) return E2BIG;

@@ -1,6 +1,7 @@
 #include "host/drive/PinDriver.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <utility>
 
@@ -15,6 +16,82 @@
 namespace Drive {
 
 using Hardware::Gpio::CorvelPinConfig;
+
+namespace {
+
+constexpr std::size_t kBackendCount = 3;  // by Backend
+using ClaimsByBackend = std::vector<std::vector<PinClaim>>;
+
+ClaimsByBackend claimsOf(PinMap const& map, std::function<bool(std::size_t)> const& lit) {
+  ClaimsByBackend claims(kBackendCount);
+  for (std::size_t i = 0; i < map.pins.size(); ++i) {
+    claims[static_cast<std::size_t>(map.pins[i].backend)].push_back({i, &map.pins[i], lit(i)});
+  }
+  return claims;
+}
+
+// A backend for each kind of pin that the map names.
+std::vector<std::unique_ptr<PinBackend>> backendsFor(PinMap const& map,
+                                                     DriverOptions const& options,
+                                                     ClaimsByBackend const& claims) {
+  std::vector<std::unique_ptr<PinBackend>> backends(kBackendCount);
+  if (!claims[0].empty()) {
+    backends[0] =
+        std::make_unique<GpiodBackend>(options.gpioLines ? options.gpioLines() : libgpiodLines());
+  }
+  if (!claims[1].empty()) backends[1] = std::make_unique<LedClassBackend>(map.sysfsRoot);
+  if (!claims[2].empty()) backends[2] = std::make_unique<FileBackend>(map.valuesFile);
+  return backends;
+}
+
+// In map order, as a reader of the map goes through it.
+std::vector<PinFault> checked(std::vector<std::unique_ptr<PinBackend>> const& backends,
+                              ClaimsByBackend const& claims) {
+  std::vector<PinFault> faults;
+  for (std::size_t b = 0; b < backends.size(); ++b) {
+    if (!backends[b]) continue;
+    auto const failed = backends[b]->check(claims[b]);
+    faults.insert(faults.end(), failed.begin(), failed.end());
+  }
+  std::sort(faults.begin(), faults.end(),
+            [](PinFault const& x, PinFault const& y) { return x.pin < y.pin; });
+  return faults;
+}
+
+// Failures that a later try may not meet: the line is there but held, or the system short of
+// something for now. Anything else (no such device, no permission, a value the device refuses)
+// stays until the map or the hardware changes.
+bool isTransient(int error) {
+  switch (error) {
+    case EBUSY:
+    case EAGAIN:
+    case EINTR:
+    case ETIMEDOUT:
+    case EMFILE:
+    case ENFILE:
+    case ENOMEM:
+      return true;
+    default:
+      return false;
+  }
+}
+
+std::string missingLine(PinMap const& map, PinFault const& fault) {
+  PinAddress const& address = map.pins[fault.pin];
+  return map.where(address) + ": pin '" + address.pin + "': " + fault.text;
+}
+
+DriveError refusal(PinMap const& map, std::vector<PinFault> const& faults) {
+  std::string text;
+  bool transient = true;
+  for (PinFault const& fault : faults) {
+    text += (text.empty() ? "" : "\n") + missingLine(map, fault);
+    transient = transient && isTransient(fault.error);
+  }
+  return DriveError(text, transient);
+}
+
+}  // namespace
 
 class PinDriver::LampTimer : public Zel::Clock::NotifieeConst {
  public:
@@ -52,32 +129,39 @@ PinDriver::~PinDriver() {
   }
 }
 
+void PinDriver::check(PinMap const& map, DriverOptions const& options) {
+  auto const claims = claimsOf(map, [](std::size_t) { return false; });
+  auto const backends = backendsFor(map, options, claims);
+  std::vector<PinFault> const faults = checked(backends, claims);
+  if (!faults.empty()) throw refusal(map, faults);
+}
+
 void PinDriver::claimAll() {
-  backends_.resize(3);
-  std::vector<std::vector<PinClaim>> claims(3);
-  for (std::size_t i = 0; i < pins_.size(); ++i) {
-    Pin& pin = pins_[i];
-    auto const entity = Zel::ptrCast<CorvelPinConfig>(dir_->entityRef(pin.address->pin));
-    pin.wanted = entity && entity->value() != 0;
-    claims[static_cast<std::size_t>(pin.address->backend)].push_back({i, pin.address, pin.wanted});
+  auto claims = claimsOf(map_, [this](std::size_t i) {
+    auto const entity = Zel::ptrCast<CorvelPinConfig>(dir_->entityRef(map_.pins[i].pin));
+    return entity && entity->value() != 0;
+  });
+  for (auto const& backend : claims) {
+    for (PinClaim const& claim : backend) pins_[claim.pin].wanted = claim.lit;
   }
-  if (!claims[0].empty()) {
-    backends_[0] =
-        std::make_unique<GpiodBackend>(options_.gpioLines ? options_.gpioLines() : libgpiodLines());
-  }
-  if (!claims[1].empty()) backends_[1] = std::make_unique<LedClassBackend>(map_.sysfsRoot);
-  if (!claims[2].empty()) backends_[2] = std::make_unique<FileBackend>(map_.valuesFile);
-  std::vector<PinFault> faults;
+  backends_ = backendsFor(map_, options_, claims);
+  // Everything is checked before anything is claimed, so that a refused start leaves the board
+  // as it was rather than darkening the LEDs that are there.
+  std::vector<PinFault> faults = checked(backends_, claims);
+  if (!faults.empty() && !options_.partial) throw refusal(map_, faults);
+  std::vector<bool> refused(pins_.size(), false);
+  for (PinFault const& fault : faults) refused[fault.pin] = true;
   for (std::size_t b = 0; b < backends_.size(); ++b) {
-    if (!backends_[b]) continue;
+    std::erase_if(claims[b], [&refused](PinClaim const& claim) { return refused[claim.pin]; });
+    if (!backends_[b] || claims[b].empty()) continue;
     for (PinClaim const& claim : claims[b]) {
       pins_[claim.pin].claimed = true;
       pins_[claim.pin].shown = claim.lit;
     }
+    // What went between the check and the claim (a line taken meanwhile).
     auto const failed = backends_[b]->claim(claims[b]);
     faults.insert(faults.end(), failed.begin(), failed.end());
   }
-  // In map order, as a reader of the map goes through it.
   std::sort(faults.begin(), faults.end(),
             [](PinFault const& x, PinFault const& y) { return x.pin < y.pin; });
   for (PinFault const& fault : faults) {
@@ -85,13 +169,10 @@ void PinDriver::claimAll() {
     pin.claimed = false;
     pin.shown.reset();
     errorIs(fault.pin, fault.text);
-    missing_.push_back(map_.where(*pin.address) + ": pin '" + pin.address->pin +
-                       "': " + fault.text);
+    missing_.push_back(missingLine(map_, fault));
   }
   if (missing_.empty()) return;
-  std::string text;
-  for (std::string const& line : missing_) text += (text.empty() ? "" : "\n") + line;
-  if (!options_.partial) throw DriveError(text);
+  if (!options_.partial) throw refusal(map_, faults);
   for (std::string const& line : missing_) log_("pins: not driven: " + line);
 }
 

@@ -27,7 +27,15 @@ namespace Drive {
 // Pins that cannot be claimed at start; what() names each with its map line.
 class DriveError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  DriveError(std::string const& what, bool transient)
+      : std::runtime_error(what), transient_(transient) {}
+  // True when every pin at fault is there but held or failing for now (a line another program
+  // holds), so that a later start may claim it; false when the map names something that is not
+  // there or cannot be driven, which only an edit of the map or of the hardware mends.
+  bool transient() const noexcept { return transient_; }
+
+ private:
+  bool transient_;
 };
 
 struct DriverOptions {
@@ -56,13 +64,18 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
     bool dirty = false;
   };
 
-  // Claims every mapped pin, lit as the pin configuration already stands. Throws DriveError when
-  // a pin cannot be claimed, unless `options.partial`.
+  // Checks every mapped pin, then claims them, lit as the pin configuration already stands.
+  // Throws DriveError when a pin cannot be claimed, unless `options.partial`; a pin found
+  // missing by the check is reported before any pin is touched.
   PinDriver(PinMap map, Zel::Dir& pins, Zel::ActivityManager& loop, Log log,
             DriverOptions options = {});
   ~PinDriver() override;
   PinDriver(PinDriver const&) = delete;
   PinDriver& operator=(PinDriver const&) = delete;
+
+  // Throws DriveError naming every mapped pin that could not be claimed now, touching none: for
+  // a start that must refuse a wrong map before it connects or starts anything else.
+  static void check(PinMap const& map, DriverOptions const& options);
 
   // Lights every mapped pin for `seconds`, then shows what the agent shows at that time.
   void lampTest(double seconds);

@@ -17,7 +17,9 @@
 #include "host/live/PinChangeLog.h"
 #include "host/live/PinWatcher.h"
 #include "host/live/SignalWatch.h"
+#include "host/run/ExitStatus.h"
 #include "host/run/RunSetup.h"
+#include "host/run/ServerDatabase.h"
 #include "host/script/Executor.h"
 #include "host/script/ScriptFile.h"
 #include "host/script/ScriptParser.h"
@@ -55,7 +57,7 @@ class LiveRun {
 
   int run() {
     std::optional<Script> script = readScript();
-    if (!script) return 1;
+    if (!script) return kExitWrongInput;
     bool const fromStdin = options_.scripts.empty();
     setup_.traceLevelsIs(expectedTraceLevels(*script));
     queueScript(std::move(*script));
@@ -75,20 +77,20 @@ class LiveRun {
         session.pins(), [&session] { return session.elapsed(); },
         [this](PinChange const& change) { view_->pinChanged(change); });
     announce(fromStdin);
-    if (!startDriver(session)) return 1;
+    if (int const refused = startDriver(session)) return refused;
     if (driver_) view_->driverIs(driver_.get());
     try {
       executor_->startAgent(setup_.agentFactory(), options_.agentName,
                             fromStdin ? kStandardInput : options_.scripts[0]);
     } catch (std::exception const& error) {
       std::cout << "warden: the agent could not be created: " << error.what() << std::endl;
-      return 1;
+      return kExitFailed;
     }
     startInput(fromStdin);
     drive();
     executor_->finish();
     if (driver_) driver_->stop();
-    return 0;
+    return kExitDone;
   }
 
  private:
@@ -101,9 +103,9 @@ class LiveRun {
   };
 
   // Claims the mapped pins before the agent starts, so that a pin that cannot be driven stops
-  // the run before anything is lit.
-  bool startDriver(Session& session) {
-    if (options_.pinMap.empty()) return true;
+  // the run before anything is lit. Returns the exit status of a refusal, 0 once claimed.
+  int startDriver(Session& session) {
+    if (options_.pinMap.empty()) return kExitDone;
     try {
       Drive::DriverOptions driverOptions;
       driverOptions.partial = options_.pinsPartial;
@@ -112,13 +114,13 @@ class LiveRun {
           [](std::string const& line) { std::cout << line << std::endl; }, driverOptions);
     } catch (Drive::PinMapError const& error) {
       std::cerr << "warden: " << error.what() << '\n';
-      return false;
+      return kExitWrongInput;
     } catch (Drive::DriveError const& error) {
       std::cerr << "warden: pins that cannot be driven (--pins-partial drives the rest):\n"
                 << error.what() << '\n';
-      return false;
+      return exitStatusOf(error);
     }
-    return true;
+    return kExitDone;
   }
 
   // `lamp test SECONDS`: a console command of the live run, as it needs the driver.
@@ -284,7 +286,12 @@ int runLive(Options const& options) {
   RunSetup setup(options, std::cerr);
   if (!setup.hasPlugin()) {
     std::cerr << "warden: " << setup.loadError() << '\n';
-    return 1;
+    return kExitWrongInput;
+  }
+  std::string error;
+  if (!options.database.url.empty() && !endpointFor(options.database, error)) {
+    std::cerr << "warden: database: " << error << '\n';
+    return kExitWrongInput;
   }
   return LiveRun(options, setup).run();
 }

@@ -152,7 +152,7 @@ std::string usageText() {
   return R"(usage: warden run   [OPTIONS] [SCRIPT]
        warden check [OPTIONS] SCRIPT...
        warden serve [--config FILE] [OPTIONS]
-       warden drive --db URL --pins FILE [OPTIONS]
+       warden drive [--config FILE] --db URL --pins FILE [OPTIONS]
 
   run     runs the agent live: SCRIPT's commands (or, without SCRIPT, commands typed on
           standard input), then goes on until interrupted or `quit`
@@ -161,8 +161,8 @@ std::string usageText() {
   serve   runs the agent as a service: no console, no panel, logs to standard error, tells
           systemd when it is ready; FILE (TOML) sets any option below by its long name
           (agent = "...", cell = 2, trace = ["Pinlamp/3"]), and the command line overrides it
-  drive   drives the pins of the pin map FILE from the pin table of the database server, for
-          an agent that runs in another process; no agent runs in this one
+  drive   drives the pins of the pin map from the pin table of the database server, for an
+          agent that runs in another process; no agent runs in this one; --config as for serve
 
 options:
   --agent PATH               the agent plug-in (default: the one built or installed with warden)
@@ -171,10 +171,10 @@ options:
   --trace FACILITY[/LEVELS]  print the facility's trace records at LEVELS (such as 0-9 or
                              3,6,8; default all) to standard error; may be repeated
   --quiet                    print only what matters: failures, pin changes and summaries
-  --pins FILE                run: drive real LEDs (GPIO lines, LED class devices, files) as
-                             the pin map FILE says; warden does not start when a mapped pin
-                             cannot be claimed
-  --pins-partial             run: drive the pins that can be claimed and report the others
+  --pins FILE                drive real LEDs (GPIO lines, LED class devices, files) as the
+                             pin map FILE says; warden does not start, and touches no pin,
+                             when a mapped pin cannot be claimed
+  --pins-partial             drive the pins that can be claimed and report the others
   --lamp-test-seconds N      serve, drive: SIGUSR2 lights every mapped pin for N seconds, then
                              shows what the agent shows (default: 10)
   --db URL                   follow the inputs from, and write the pins to, a database server:
@@ -183,7 +183,13 @@ options:
                              publishes each script's commands there, starting from empty tables
   --db-password-file FILE    the database password, read from FILE (never given on the line)
   --db-allow-insecure        allow TCP to another machine without credentials
-  --config FILE              serve: read the options from FILE first
+  --config FILE              serve, drive: read the options from FILE first; SIGHUP reads it
+                             again and applies trace and lamp-test-seconds at once
+
+exit status: 0 stopped on request (check: every expectation held); 1 a failure that a restart
+may mend, such as a GPIO line another program holds (check: an expectation failed); 2 a wrong
+input, reported with its place before any pin is touched: the command line, the configuration,
+the plug-in, the pin map, the database URL, a device the map names that is not there
 )";
 }
 

@@ -26,12 +26,12 @@ struct Options {
   std::uint32_t cell = 1;
   std::vector<std::pair<std::string, std::uint32_t>> traces;  // facility, levels
   bool quiet = false;
-  std::string pinMap;           // run: drive the pins this map names
-  bool pinsPartial = false;     // run: drive the pins that can be claimed, report the others
+  std::string pinMap;           // run, serve, drive: drive the pins this map names
+  bool pinsPartial = false;     // drive the pins that can be claimed, report the others
   double lampTestSeconds = 10;  // serve, drive: how long SIGUSR2 lights every mapped pin
   DatabaseOptions database;
   std::vector<std::string> scripts;
-  std::string configPath;  // serve: the configuration file whose keys are these options
+  std::string configPath;  // serve, drive: the configuration file whose keys are these options
 };
 
 struct ParsedOptions {

@@ -9,8 +9,11 @@
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
 #include "host/live/SignalWatch.h"
-#include "host/run/ServerDatabase.h"
+#include "host/run/ExitStatus.h"
+#include "host/serve/ConfigReload.h"
 #include "host/serve/PeriodicTimer.h"
+#include "host/serve/ServeConfig.h"
+#include "host/serve/ServiceInputs.h"
 #include "host/serve/ServiceLog.h"
 #include "host/serve/SystemdNotifier.h"
 #include "platform/statedb/redis/PinTableFollower.h"
@@ -24,10 +27,11 @@ constexpr double kStatusInterval = 5.0;
 
 class DriveRun {
  public:
-  DriveRun(Options const& options, Drive::PinMap map, Statedb::Redis::Endpoint endpoint,
-           ServiceLog& log)
-      : options_(options),
+  DriveRun(std::vector<std::string> commandLine, Options options, Drive::PinMap map,
+           Statedb::Redis::Endpoint endpoint, ServiceLog& log)
+      : options_(std::move(options)),
         log_(log),
+        reload_(std::move(commandLine), options_.configPath),
         map_(std::move(map)),
         pins_(Zel::Dir::dirIs("pins")),
         follower_(*loop_, std::move(endpoint), {}, *pins_,
@@ -69,7 +73,7 @@ class DriveRun {
     } catch (Drive::DriveError const& error) {
       log_.error("pins that cannot be driven (pins-partial drives the rest): " +
                  std::string(error.what()));
-      status_ = 1;
+      status_ = exitStatusOf(error);
       loop_->stop();
       return;
     }
@@ -94,10 +98,18 @@ class DriveRun {
 
   void onSignal(int signal) {
     if (signal == SIGUSR2) return lampTest();
-    if (signal == SIGHUP) return log_.info("SIGHUP: nothing to reload; a restart reads the map");
+    if (signal == SIGHUP) return reload();
     notifier_.stopping();
     log_.notice(signal == SIGTERM ? "stopping on SIGTERM" : "stopping on SIGINT");
     loop_->stop();
+  }
+
+  // Only the lamp test's length changes in a running driver: the map, its pins and the server
+  // are what it claimed and follows, and a restart applies them.
+  void reload() {
+    std::optional<Options> const reloaded = reload_.reload(log_, "lamp-test-seconds");
+    if (!reloaded) return;
+    options_.lampTestSeconds = reloaded->lampTestSeconds;
   }
 
   void lampTest() {
@@ -108,8 +120,9 @@ class DriveRun {
     driver_->lampTest(options_.lampTestSeconds);
   }
 
-  Options const& options_;
+  Options options_;
   ServiceLog& log_;
+  ConfigReload reload_;
   Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::monotonic};
   Drive::PinMap map_;
   Zel::Ptr<Zel::Dir> pins_;
@@ -119,28 +132,26 @@ class DriveRun {
   std::unique_ptr<SignalWatch> signals_;
   std::optional<PeriodicTimer> watchdog_;
   std::optional<PeriodicTimer> statusTimer_;
-  int status_ = 0;
+  int status_ = kExitDone;
 };
 
 }  // namespace
 
-int runDrive(Options const& options) {
+int runDrive(std::vector<std::string> const& commandLine) {
   ServiceLog log(std::cerr, standardErrorIsJournal());
-  std::string error;
-  std::optional<Statedb::Redis::Endpoint> endpoint = endpointFor(options.database, error);
-  if (!endpoint) {
-    log.error("database: " + error);
-    return 2;
+  ParsedOptions const parsed = loadServiceOptions(commandLine);
+  if (!parsed.error.empty()) {
+    log.error(parsed.error);
+    return kExitWrongInput;
   }
-  // A wrong map is refused before anything connects or is driven.
-  std::optional<Drive::PinMap> map;
-  try {
-    map = Drive::loadPinMap(options.pinMap);
-  } catch (Drive::PinMapError const& mapError) {
-    log.error(mapError.what());
-    return 2;
-  }
-  return DriveRun(options, std::move(*map), std::move(*endpoint), log).run();
+  // A wrong URL, map or device is refused before anything connects or is driven.
+  int status = kExitDone;
+  std::optional<ServiceInputs> inputs =
+      checkServiceInputs(commandLine, parsed.options, log, status);
+  if (!inputs) return status;
+  return DriveRun(commandLine, parsed.options, std::move(*inputs->pinMap),
+                  std::move(*inputs->endpoint), log)
+      .run();
 }
 
 }  // namespace Host

@@ -50,6 +50,9 @@ class RecordingLines final : public GpioLines {
     offset = static_cast<unsigned>(std::stoul(name.substr(4)));
     return 0;
   }
+  int checkLine(std::size_t chip, unsigned offset) override {
+    return bench_.busyLines.count({chips_[chip], offset}) ? EBUSY : 0;
+  }
   int request(std::size_t chip, std::vector<unsigned> const& offsets, bool activeLow,
               std::vector<int> const& values, std::size_t& request) override {
     for (unsigned offset : offsets) {
