@@ -72,7 +72,8 @@ class Mirror final : private Connection::Receiver {
   std::size_t scansOwed_ = 0;
   std::unordered_set<std::string> seen_;
   // Keys deleted since their last read: one that exists again at the read was replaced whole
-  // (DEL and HSET in one transaction) and is published as a new entity, as its writer meant.
+  // (DEL and HSET in one transaction) and is published as a new entity, as its writer meant;
+  // any other changed hash is applied to the published entity in place.
   std::unordered_set<std::string> deleted_;
   std::uint64_t generation_ = 0;
   std::uint64_t reads_ = 0;
