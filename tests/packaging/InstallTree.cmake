@@ -44,4 +44,11 @@ run("the installed warden" ${installed}/bin/warden check
 if(NOT output MATCHES "1 passed, 0 failed")
   message(FATAL_ERROR "the installed warden did not pass the example:\n${output}")
 endif()
+# The runtime component alone, as the runtime package holds it: every library warden loads must
+# be in it (cmake --install above installs every component and would hide one left out).
+set(runtime_root ${WORK}/runtime)
+run("cmake --install --component runtime" ${CMAKE_COMMAND} -E env DESTDIR=${runtime_root}
+    ${CMAKE_COMMAND} --install ${BUILD_DIR} --component runtime)
+run("warden from the runtime component alone" ${runtime_root}${PREFIX}/bin/warden check
+    ${SOURCE_DIR}/examples/switch48/panel.warden)
 message(STATUS "installed, built against and run from ${installed}")
