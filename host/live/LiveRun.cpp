@@ -12,6 +12,7 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
+#include "host/http/PanelHttp.h"
 #include "host/live/Console.h"
 #include "host/live/FrontPanel.h"
 #include "host/live/PinChangeLog.h"
@@ -44,6 +45,7 @@ class LiveRun {
   }
 
   ~LiveRun() {
+    http_.reset();
     console_.reset();
     signals_.reset();
     watcher_.reset();
@@ -75,7 +77,7 @@ class LiveRun {
         session.pins(), [&session] { return session.elapsed(); },
         [this](PinChange const& change) { view_->pinChanged(change); });
     announce(fromStdin);
-    if (!startDriver(session)) return 1;
+    if (!startDriver(session) || !startHttp(session)) return 1;
     if (driver_) view_->driverIs(driver_.get());
     try {
       executor_->startAgent(setup_.agentFactory(), options_.agentName,
@@ -118,6 +120,24 @@ class LiveRun {
                 << error.what() << '\n';
       return false;
     }
+    return true;
+  }
+
+  bool startHttp(Session& session) {
+    if (options_.httpAddress.empty()) return true;
+    std::string const database = options_.database.url.empty() ? "embedded" : options_.database.url;
+    try {
+      http_ = std::make_unique<Http::PanelHttp>(
+          Http::PanelFeed{options_.agentName, session.loop(), session.pins(), &session.mappings(),
+                          &session.leds(), [database] { return database; }, session.startTime()},
+          options_.httpAddress, options_.httpAllowRemote,
+          [](std::string const& line) { std::cout << line << std::endl; });
+    } catch (std::exception const& error) {
+      std::cerr << "warden: " << error.what() << '\n';
+      return false;
+    }
+    http_->driverIs(driver_.get());
+    if (!options_.quiet) std::cout << "warden: panel at " << http_->url() << std::endl;
     return true;
   }
 
@@ -270,6 +290,7 @@ class LiveRun {
   std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<SignalWatch> signals_;
   std::unique_ptr<Console> console_;
+  std::unique_ptr<Http::PanelHttp> http_;
   std::deque<Queued> queue_;
   int consoleLines_ = 0;
   bool quit_ = false;

@@ -8,6 +8,7 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
+#include "host/http/PanelHttp.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/ServerDatabase.h"
 #include "host/serve/PeriodicTimer.h"
@@ -34,6 +35,7 @@ class DriveRun {
                   [this](std::string const& line) { log_.database(line); }) {}
 
   ~DriveRun() {
+    http_.reset();
     statusTimer_.reset();
     watchdog_.reset();
     signals_.reset();
@@ -46,7 +48,9 @@ class DriveRun {
         std::initializer_list<int>{SIGINT, SIGTERM, SIGHUP, SIGUSR2});
     log_.notice("driving the pins of " + options_.pinMap + " from " +
                 follower_.link().endpoint().describe());
-    follower_.upHandlerIs([this](bool) {
+    if (!startHttp()) return 1;
+    follower_.upHandlerIs([this](bool up) {
+      if (http_) http_->databaseLinkIs(up);
       if (driver_) updateStatus();
     });
     follower_.start();
@@ -73,10 +77,32 @@ class DriveRun {
       loop_->stop();
       return;
     }
+    if (http_) http_->driverIs(driver_.get());
     log_.info("ready");
     updateStatus();
     notifier_.ready();
     startTimers();
+  }
+
+  bool startHttp() {
+    if (options_.httpAddress.empty()) return true;
+    try {
+      http_ = std::make_unique<Http::PanelHttp>(
+          Http::PanelFeed{"drive " + options_.pinMap, *loop_, *pins_, nullptr, nullptr,
+                          [this] { return databaseState(); }, loop_->currentTime()},
+          options_.httpAddress, options_.httpAllowRemote,
+          [this](std::string const& line) { log_.warning(line); });
+    } catch (std::exception const& error) {
+      log_.error(error.what());
+      return false;
+    }
+    log_.notice("panel at " + http_->url());
+    return true;
+  }
+
+  std::string databaseState() {
+    return follower_.link().endpoint().describe() +
+           (follower_.isUp() ? " connected" : " lost, reconnecting");
   }
 
   void startTimers() {
@@ -87,9 +113,7 @@ class DriveRun {
   }
 
   void updateStatus() {
-    notifier_.status(Drive::driverSummary(*driver_) + "; database " +
-                     follower_.link().endpoint().describe() +
-                     (follower_.isUp() ? " connected" : " lost, reconnecting"));
+    notifier_.status(Drive::driverSummary(*driver_) + "; database " + databaseState());
   }
 
   void onSignal(int signal) {
@@ -117,6 +141,7 @@ class DriveRun {
   SystemdNotifier notifier_;
   std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<SignalWatch> signals_;
+  std::unique_ptr<Http::PanelHttp> http_;
   std::optional<PeriodicTimer> watchdog_;
   std::optional<PeriodicTimer> statusTimer_;
   int status_ = 0;

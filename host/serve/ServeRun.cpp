@@ -11,6 +11,7 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
+#include "host/http/PanelHttp.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/AgentProfile.h"
 #include "host/run/RunSetup.h"
@@ -71,6 +72,7 @@ class ServeRun {
   }
 
   ~ServeRun() {
+    http_.reset();
     statusTimer_.reset();
     watchdog_.reset();
     signals_.reset();
@@ -91,7 +93,7 @@ class ServeRun {
     watchSignals();
     log_.notice("serving agent '" + options_.agentName + "' from " + setup_.plugin().path() +
                 " on cell " + std::to_string(options_.cell) + ", database " + databaseState());
-    if (!startDriver() || !startAgent() || !startDatabase()) return 1;
+    if (!startDriver() || !startAgent() || !startDatabase() || !startHttp()) return 1;
     readiness_.waitingDone();
     startTimers();
     session_->loop().run();
@@ -166,10 +168,29 @@ class ServeRun {
     }
     readiness_.conditionIs(kDatabaseCondition);
     database_->stateHandlerIs([this] {
+      if (http_) http_->databaseLinkIs(database_->state() == "connected");
       if (readiness_.isReady()) updateStatus();
     });
     database_->start();
     database_->whenSynced([this] { readiness_.conditionMet(kDatabaseCondition); });
+    return true;
+  }
+
+  bool startHttp() {
+    if (options_.httpAddress.empty()) return true;
+    try {
+      http_ = std::make_unique<Http::PanelHttp>(
+          Http::PanelFeed{options_.agentName, session_->loop(), session_->pins(),
+                          &session_->mappings(), &session_->leds(),
+                          [this] { return databaseState(); }, session_->startTime()},
+          options_.httpAddress, options_.httpAllowRemote,
+          [this](std::string const& line) { log_.warning(line); });
+    } catch (std::exception const& error) {
+      log_.error(error.what());
+      return false;
+    }
+    http_->driverIs(driver_.get());
+    log_.notice("panel at " + http_->url());
     return true;
   }
 
@@ -279,6 +300,7 @@ class ServeRun {
   std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<ServerDatabase> database_;
   std::unique_ptr<SignalWatch> signals_;
+  std::unique_ptr<Http::PanelHttp> http_;
   std::optional<PeriodicTimer> watchdog_;
   std::optional<PeriodicTimer> statusTimer_;
 };
