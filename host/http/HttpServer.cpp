@@ -150,8 +150,12 @@ void HttpServer::publish(std::string event) {
     stream.queued.push_back(shared);
     stream.backlog += shared->size();
     if (stream.backlog > limits_.streamBacklogBytes) {
+      // A viewer this far behind cannot catch up: its events go, and so does the connection as
+      // soon as the library may end it (at its next write, or a second without one).
       stream.dropped = true;
+      stream.queued.clear();
       ++droppedStreams_;
+      MHD_set_connection_option(stream.connection, MHD_CONNECTION_OPTION_TIMEOUT, 1u);
     }
     resume(stream);
   }
