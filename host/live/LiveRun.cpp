@@ -2,7 +2,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <deque>
 #include <iostream>
 #include <limits>
@@ -19,6 +21,7 @@
 #include "host/live/PinWatcher.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/RunSetup.h"
+#include "host/script/CommandTable.h"
 #include "host/script/Executor.h"
 #include "host/script/ScriptFile.h"
 #include "host/script/ScriptParser.h"
@@ -28,6 +31,12 @@ namespace Host {
 namespace {
 
 constexpr char kStandardInput[] = "<stdin>";
+
+// What the live console understands beyond the script language.
+constexpr CommandSyntax kConsoleCommands[] = {
+    {"lamp", "lamp test SECONDS", "light every mapped pin for a while (needs --pins)"},
+    {"help", "help\nhelp COMMAND", "list the commands, or the forms of one"},
+};
 
 bool outputIsTerminal() {
   char const* term = std::getenv("TERM");
@@ -220,8 +229,55 @@ class LiveRun {
         });
   }
 
+  // `help` answers at once, even while a script step runs.
+  bool helpCommand(std::string const& text) {
+    std::istringstream words(text);
+    std::string first, topic, extra;
+    words >> first >> topic;
+    if (first != "help") return false;
+    if (words >> extra) {
+      std::cout << "help takes at most one command name" << std::endl;
+    } else {
+      std::cout << commandHelp(topic, commandTable(), kConsoleCommands) << std::flush;
+    }
+    return true;
+  }
+
+  // A typed command runs between the script's steps, not after the whole script; while a step
+  // is under way the console says what it is waiting for.
+  void noteWaitingStep() {
+    if (idle_ || !running_ || !running_->line || running_->fromConsole) return;
+    std::cout << "(runs after the script's line " << running_->line->where.line;
+    if (auto const* wait = std::get_if<WaitCommand>(&running_->line->command)) {
+      double const left = runningSince_ + wait->seconds - executor_->session().elapsed();
+      char seconds[32];
+      std::snprintf(seconds, sizeof seconds, "%.1f", std::max(left, 0.0));
+      std::cout << ", wait " << wait->seconds << ", in " << seconds << " s";
+    }
+    std::cout << ")" << std::endl;
+  }
+
   void consoleLine(std::string const& text) {
     ++consoleLines_;
+    if (helpCommand(text)) {
+      wake();
+      if (!idle_ && console_) console_->resume();
+      return;
+    }
+    std::size_t const queuedBefore = queue_.size();
+    consoleLineQueued(text);
+    // Ahead of what remains of the script, in the order typed.
+    if (queue_.size() > queuedBefore) {
+      std::rotate(queue_.begin() + static_cast<std::ptrdiff_t>(consoleAhead_),
+                  queue_.begin() + static_cast<std::ptrdiff_t>(queuedBefore), queue_.end());
+      consoleAhead_ += queue_.size() - queuedBefore;
+      noteWaitingStep();
+    }
+    // A script step is under way: the prompt comes back at once for the next command.
+    if (!idle_ && console_) console_->resume();
+  }
+
+  void consoleLineQueued(std::string const& text) {
     if (pinCommand(text)) {
       wake();
       return;
@@ -262,6 +318,7 @@ class LiveRun {
       while (!quit_ && !queue_.empty()) {
         Queued next = std::move(queue_.front());
         queue_.pop_front();
+        if (consoleAhead_ != 0) --consoleAhead_;
         if (next.driverView) {
           Drive::showDriver(*driver_, std::cout);
           std::cout.flush();
@@ -271,7 +328,11 @@ class LiveRun {
           std::cout << next.error << std::endl;
           continue;
         }
-        if (!executor_->execute(*next.line, next.fromConsole && !options_.quiet)) quit_ = true;
+        running_ = &next;
+        runningSince_ = executor_->session().elapsed();
+        bool const goOn = executor_->execute(*next.line, next.fromConsole && !options_.quiet);
+        running_ = nullptr;
+        if (!goOn) quit_ = true;
         view_->refresh();
       }
       if (quit_ || (inputEnded_ && queue_.empty())) break;
@@ -293,6 +354,9 @@ class LiveRun {
   std::unique_ptr<Http::PanelHttp> http_;
   std::deque<Queued> queue_;
   int consoleLines_ = 0;
+  std::size_t consoleAhead_ = 0;     // typed commands at the front of the queue
+  Queued const* running_ = nullptr;  // the step under way
+  double runningSince_ = 0;
   bool quit_ = false;
   bool idle_ = false;
   bool inputEnded_ = false;
