@@ -84,6 +84,15 @@ TEST_F(PanelHttpTest, JsonShowsTheLedsAndPinsAsTheSessionHasThem) {
             "\"flashInterval\":0.500,\"text\":\"[green flash 0.5s]\"},\"mapping\":{\"yellow\":[],"
             "\"green\":[\"status_green\"],\"red\":[\"status_red\",\"status_red2\"],"
             "\"orange\":[]}}]\n");
+  // Names come from other agents and may hold anything JSON must escape.
+  Host::MappingCommand odd;
+  odd.led = "odd\"name\\\n";
+  odd.pins[0] = std::vector<std::string>{"odd_y"};
+  Host::publishMapping(session_.mappings(), odd);
+  EXPECT_NE(get("/leds").body.find("{\"name\":\"odd\\\"name\\\\\\n\",\"ready\":false,"
+                                   "\"setting\":null,"),
+            std::string::npos)
+      << get("/leds").body;
   Response const pins = get("/pins?fresh=1");  // a query string changes nothing
   EXPECT_EQ(pins.body,
             "[{\"name\":\"status_green\",\"value\":1},{\"name\":\"status_red\",\"value\":0}]\n");
@@ -152,6 +161,12 @@ TEST_F(PanelHttpTest, AStreamStartsFromAPictureThenSendsOnlyWhatChangedPerTurn) 
   // One event for the turn, with each pin once.
   EXPECT_EQ(text.find("data:", text.find("data:") + 1), std::string::npos) << text;
   EXPECT_EQ(text.find("status_red", text.find("status_red") + 1), std::string::npos) << text;
+  // The next event has the next change alone.
+  viewer.clear();
+  pin("status_green")->valueIs(1);
+  viewer.receiveUntil(2, hasChange);
+  EXPECT_NE(viewer.received().find("\"pins\":{\"status_green\":1}}"), std::string::npos)
+      << viewer.received();
 }
 
 TEST_F(PanelHttpTest, AFastSeriesOfTurnsIsSentAtMostTwentyFiveTimesASecond) {
