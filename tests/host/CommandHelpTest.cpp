@@ -16,6 +16,10 @@ TEST(CommandHelpTest, HelpListsExactlyTheVerbsTheParserKnows) {
     EXPECT_NE(all.find("  " + std::string(command.verb) + " "), std::string::npos) << all;
   }
   EXPECT_EQ(parseLine("help").error, "unknown command 'help'");  // a console command only
+  // Each verb reaches its own parse: the forms that take no argument come out as themselves.
+  EXPECT_TRUE(std::holds_alternative<QuitCommand>(*parseLine("quit").command));
+  EXPECT_TRUE(std::holds_alternative<WaitCommand>(*parseLine("wait 1").command));
+  EXPECT_TRUE(std::holds_alternative<ShowCommand>(*parseLine("show pins").command));
   EXPECT_EQ(commandTable().size(), 8u);
 }
 
