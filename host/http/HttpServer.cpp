@@ -81,7 +81,11 @@ struct Callbacks {
   static ssize_t onStreamRead(void* cls, std::uint64_t /*position*/, char* buffer,
                               std::size_t max) {
     auto& stream = *static_cast<HttpServer::Stream*>(cls);
-    if (stream.dropped) return MHD_CONTENT_READER_END_WITH_ERROR;
+    if (stream.dropped) {
+      // A stream ended by a stopping server ends cleanly; one dropped for lagging does not.
+      return stream.server->stopping_ ? MHD_CONTENT_READER_END_OF_STREAM
+                                      : MHD_CONTENT_READER_END_WITH_ERROR;
+    }
     std::size_t written = 0;
     while (written < max && !stream.queued.empty()) {
       std::string const& front = *stream.queued.front();
@@ -118,10 +122,10 @@ HttpServer::HttpServer(Zel::ActivityManager& loop, int listenFd, Site& site, Log
       keepAlive_(loop, [this] { keepAlive(); }) {
   daemon_ = MHD_start_daemon(
       MHD_USE_EPOLL | MHD_ALLOW_SUSPEND_RESUME | MHD_USE_ERROR_LOG, 0, nullptr, nullptr,
-      &Callbacks::onRequest, this, MHD_OPTION_LISTEN_SOCKET, listenFd, MHD_OPTION_CONNECTION_LIMIT,
-      limits_.connections, MHD_OPTION_CONNECTION_MEMORY_LIMIT, limits_.requestBytes,
-      MHD_OPTION_CONNECTION_TIMEOUT, limits_.idleSeconds, MHD_OPTION_EXTERNAL_LOGGER,
-      &logFromLibrary, &log_, MHD_OPTION_END);
+      &Callbacks::onRequest, this, MHD_OPTION_EXTERNAL_LOGGER, &logFromLibrary, &log_,
+      MHD_OPTION_LISTEN_SOCKET, listenFd, MHD_OPTION_CONNECTION_LIMIT, limits_.connections,
+      MHD_OPTION_CONNECTION_MEMORY_LIMIT, limits_.requestBytes, MHD_OPTION_CONNECTION_TIMEOUT,
+      limits_.idleSeconds, MHD_OPTION_END);
   if (!daemon_) {
     ::close(listenFd);
     throw std::runtime_error("the HTTP server could not start");
@@ -134,6 +138,7 @@ HttpServer::HttpServer(Zel::ActivityManager& loop, int listenFd, Site& site, Log
 HttpServer::~HttpServer() {
   loop_.fdReadableIs(epollFd_, nullptr);
   // The library refuses to stop with suspended connections: each is ended, then stopped.
+  stopping_ = true;
   for (Stream& stream : streams_) {
     stream.dropped = true;
     resume(stream);

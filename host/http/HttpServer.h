@@ -87,6 +87,7 @@ class HttpServer {
   std::list<Stream> streams_;
   std::uint64_t requests_ = 0;
   std::uint64_t droppedStreams_ = 0;
+  bool stopping_ = false;
   WakeTimer timeout_;
   WakeTimer keepAlive_;
 };

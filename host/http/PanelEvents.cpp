@@ -23,7 +23,10 @@ PanelEvents::~PanelEvents() {
 }
 
 void PanelEvents::viewerArrived() {
-  // The new picture shows the state as it is now: the slow checks compare against that.
+  // Viewers already here may not have seen the latest state yet: the running checks go on and
+  // send it to everyone, the newcomer included.
+  if (checkTimer_.isSet()) return;
+  // The first viewer's picture shows the state as it is now: the checks compare against that.
   lastLeds_ = ledsJson(feed_);
   lastDb_ = feed_.databaseState ? feed_.databaseState() : "";
   lastDriver_ = driverState();

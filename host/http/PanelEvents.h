@@ -38,7 +38,7 @@ class PanelEvents final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   ~PanelEvents() override;
 
   void driverIs(Drive::PinDriver const* driver) { driver_ = driver; }
-  // A viewer arrived: the slow checks start, from what that viewer's picture shows.
+  // A viewer arrived: the slow checks start, from what the first viewer's picture shows.
   void viewerArrived();
   std::uint64_t eventCount() const noexcept { return events_; }
 

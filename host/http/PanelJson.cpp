@@ -151,7 +151,8 @@ std::string pictureJson(PanelFeed const& feed, Drive::PinDriver const* driver) {
   return "{\"title\":" + jsonString(feed.title) +
          ",\"db\":" + jsonString(feed.databaseState ? feed.databaseState() : "embedded") +
          ",\"time\":" + number(feed.loop.currentTime() - feed.startTime) +
-         ",\"leds\":" + ledsJson(feed) + ",\"pins\":" + pinsJson(feed, driver) + "}";
+         ",\"leds\":" + ledsJson(feed) + ",\"pins\":" + pinsJson(feed, driver) +
+         (feed.mappings ? "" : ",\"pinsOnly\":true") + "}";
 }
 
 }  // namespace Http

@@ -27,7 +27,8 @@ std::string ledsJson(PanelFeed const& feed);
 // then mapped pins the agent has not written; backend, written and error only with a driver.
 std::string pinsJson(PanelFeed const& feed, Drive::PinDriver const* driver);
 
-// {"title","db","time","leds":ledsJson,"pins":pinsJson}
+// {"title","db","time","leds":ledsJson,"pins":pinsJson}, and "pinsOnly":true where no agent
+// runs (drive), so that the page draws the pins themselves.
 std::string pictureJson(PanelFeed const& feed, Drive::PinDriver const* driver);
 
 // A pin value as JSON: the number, or null for a pin that went away.

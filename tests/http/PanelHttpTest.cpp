@@ -169,6 +169,25 @@ TEST_F(PanelHttpTest, AStreamStartsFromAPictureThenSendsOnlyWhatChangedPerTurn) 
       << viewer.received();
 }
 
+// LEDs come and go rarely and are compared at a slower pace; a viewer arriving meanwhile must
+// not make the others miss the change.
+TEST_F(PanelHttpTest, ANewLedReachesEveryViewerEvenWhenAnotherArrivesMeanwhile) {
+  start();
+  HttpClient first(session_.loop(), address_);
+  first.send("GET /events HTTP/1.1\r\nHost: test\r\n\r\n");
+  ASSERT_TRUE(first.waitFor("event: picture", 2));
+  first.clear();
+  Host::MappingCommand fan;
+  fan.led = "Fan1";
+  fan.pins[1] = std::vector<std::string>{"fan1_green"};
+  Host::publishMapping(session_.mappings(), fan);
+  HttpClient second(session_.loop(), address_);
+  second.send("GET /events HTTP/1.1\r\nHost: test\r\n\r\n");
+  ASSERT_TRUE(second.waitFor("{\"name\":\"Fan1\"", 2));  // in its picture
+  EXPECT_TRUE(first.waitFor("\"leds\":[{\"name\":\"Status\"", 2)) << first.received();
+  EXPECT_NE(first.received().find("{\"name\":\"Fan1\""), std::string::npos);
+}
+
 TEST_F(PanelHttpTest, AFastSeriesOfTurnsIsSentAtMostTwentyFiveTimesASecond) {
   start();
   HttpClient viewer(session_.loop(), address_);
