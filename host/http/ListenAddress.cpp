@@ -69,7 +69,9 @@ int listenUnix(ListenAddress const& address) {
   return socket.release();
 }
 
-int listenTcp(ListenAddress const& address, bool allowRemote) {
+using AddressList = std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)>;
+
+AddressList resolve(ListenAddress const& address, bool allowRemote) {
   addrinfo hints{};
   hints.ai_family = AF_UNSPEC;
   hints.ai_socktype = SOCK_STREAM;
@@ -82,11 +84,17 @@ int listenTcp(ListenAddress const& address, bool allowRemote) {
     throw ListenError("--http " + address.text + ": " + ::gai_strerror(resolved) +
                       " (an IP address or localhost)");
   }
-  std::unique_ptr<addrinfo, decltype(&::freeaddrinfo)> const list(found, ::freeaddrinfo);
+  AddressList list(found, ::freeaddrinfo);
   if (!allowRemote && !isLoopback(found->ai_addr)) {
     throw ListenError("--http " + address.text +
                       ": not a loopback address (--http-allow-remote listens there)");
   }
+  return list;
+}
+
+int listenTcp(ListenAddress const& address, bool allowRemote) {
+  AddressList const list = resolve(address, allowRemote);
+  addrinfo const* found = list.get();
   Socket socket{::socket(found->ai_family, found->ai_socktype | SOCK_NONBLOCK | SOCK_CLOEXEC, 0)};
   if (socket.fd < 0) throw ListenError(systemError("--http " + address.text));
   int const on = 1;
@@ -123,6 +131,17 @@ ListenAddress parseListenAddress(std::string const& text) {
     throw ListenError("--http " + text + ": the port must be a number up to 65535");
   }
   return address;
+}
+
+std::string listenAddressError(std::string const& text, bool allowRemote) {
+  if (text.empty()) return {};
+  try {
+    ListenAddress const address = parseListenAddress(text);
+    if (!address.isUnix) resolve(address, allowRemote);
+  } catch (ListenError const& error) {
+    return error.what();
+  }
+  return {};
 }
 
 int listenOn(ListenAddress const& address, bool allowRemote) {

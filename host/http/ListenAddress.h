@@ -24,6 +24,10 @@ class ListenError : public std::runtime_error {
 // Throws ListenError naming what is wrong with `text`.
 ListenAddress parseListenAddress(std::string const& text);
 
+// What is wrong with `text` as an address to listen on, before anything listens: a mistake in
+// the configuration, which a supervisor should not retry. Empty when it is fine (or empty).
+std::string listenAddressError(std::string const& text, bool allowRemote);
+
 // A bound, listening, non-blocking socket; throws ListenError (a remote address without
 // `allowRemote`, an address in use, a unix path that is not a socket).
 int listenOn(ListenAddress const& address, bool allowRemote);

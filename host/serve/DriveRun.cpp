@@ -8,6 +8,7 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
+#include "host/http/ListenAddress.h"
 #include "host/http/PanelHttp.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/ServerDatabase.h"
@@ -155,6 +156,12 @@ int runDrive(Options const& options) {
   std::optional<Statedb::Redis::Endpoint> endpoint = endpointFor(options.database, error);
   if (!endpoint) {
     log.error("database: " + error);
+    return 2;
+  }
+  if (std::string const httpError =
+          Http::listenAddressError(options.httpAddress, options.httpAllowRemote);
+      !httpError.empty()) {
+    log.error(httpError);
     return 2;
   }
   // A wrong map is refused before anything connects or is driven.

@@ -11,6 +11,7 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
+#include "host/http/ListenAddress.h"
 #include "host/http/PanelHttp.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/AgentProfile.h"
@@ -312,6 +313,13 @@ int runServe(std::vector<std::string> const& commandLine) {
   ParsedOptions const parsed = loadServeOptions(commandLine);
   if (!parsed.error.empty()) {
     log.error(parsed.error);
+    return 2;
+  }
+  // A wrong --http is a mistake in the configuration, like a wrong option.
+  if (std::string const error =
+          Http::listenAddressError(parsed.options.httpAddress, parsed.options.httpAllowRemote);
+      !error.empty()) {
+    log.error(error);
     return 2;
   }
   return ServeRun(commandLine, parsed.options, log).run();

@@ -287,6 +287,13 @@ TEST(ListenAddressTest, OnlyLoopbackAndUnixSocketsUnlessAllowed) {
                  "--http 0.0.0.0:0: not a loopback address (--http-allow-remote listens there)");
   }
   EXPECT_THROW(listenOn(parseListenAddress("example.org:80"), false), ListenError);
+  // Checked before the service starts, so that a supervisor sees a configuration mistake.
+  EXPECT_EQ(listenAddressError("", false), "");
+  EXPECT_EQ(listenAddressError("unix:/run/pinlamp/http.sock", false), "");
+  EXPECT_EQ(listenAddressError("[::1]:8080", false), "");
+  EXPECT_EQ(listenAddressError("192.168.1.2:8080", false),
+            "--http 192.168.1.2:8080: not a loopback address (--http-allow-remote listens there)");
+  EXPECT_EQ(listenAddressError("192.168.1.2:8080", true), "");
   int const fd = listenOn(parseListenAddress("127.0.0.1:0"), false);
   EXPECT_GE(fd, 0);
   ::close(fd);
