@@ -57,23 +57,16 @@ MHD_Result queue(MHD_Connection* connection, Reply const& reply) {
 struct Callbacks {
   static MHD_Result onRequest(void* self, MHD_Connection* connection, char const* url,
                               char const* method, char const* /*version*/,
-                              char const* /*uploadData*/, std::size_t* uploadSize, void** state) {
+                              char const* /*uploadData*/, std::size_t* /*uploadSize*/,
+                              void** /*state*/) {
     auto* server = static_cast<HttpServer*>(self);
-    // The first call sees the headers; a body, if any, is read and dropped before answering.
-    if (*state == nullptr) {
-      *state = server;
-      bool const head = std::strcmp(method, MHD_HTTP_METHOD_HEAD) == 0;
-      if (head || std::strcmp(method, MHD_HTTP_METHOD_GET) == 0) {
-        ++server->requests_;
-        return server->answer(connection, url, head) ? MHD_YES : MHD_NO;
-      }
-      return MHD_YES;
-    }
-    if (*uploadSize != 0) {
-      *uploadSize = 0;
-      return MHD_YES;
-    }
     ++server->requests_;
+    // Answered from the headers alone: a body is never read, and the library closes the
+    // connection after refusing one, so no upload can keep the loop busy.
+    bool const head = std::strcmp(method, MHD_HTTP_METHOD_HEAD) == 0;
+    if (head || std::strcmp(method, MHD_HTTP_METHOD_GET) == 0) {
+      return server->answer(connection, url, head) ? MHD_YES : MHD_NO;
+    }
     return queue(connection, {MHD_HTTP_METHOD_NOT_ALLOWED, "text/plain; charset=utf-8",
                               "read-only: GET or HEAD\n"});
   }
