@@ -243,7 +243,9 @@ void PinDriver::writeNow(std::vector<PinWrite> const& writes) {
   // Grouped by backend, so that each can make one write of everything that changed.
   std::vector<std::vector<PinWrite>> perBackend(backends_.size());
   for (PinWrite const& write : writes) {
-    perBackend[static_cast<std::size_t>(pins_[write.pin].address->backend)].push_back(write);
+    auto const backend = static_cast<std::size_t>(pins_[write.pin].address->backend);
+    perBackend[backend].push_back(write);
+    ++counters_.writes[backend];
     pins_[write.pin].shown = write.lit;
     if (!pins_[write.pin].error.empty()) errorIs(write.pin, {});
   }
@@ -256,6 +258,7 @@ void PinDriver::writeNow(std::vector<PinWrite> const& writes) {
 
 void PinDriver::fault(PinFault const& failed) {
   Pin& pin = pins_[failed.pin];
+  ++counters_.writeErrors[static_cast<std::size_t>(pin.address->backend)];
   // The hardware holds what it held; unknown, so that the next latch that meets the pin writes it.
   pin.shown.reset();
   errorIs(failed.pin, failed.text);
@@ -287,6 +290,7 @@ void PinDriver::lampTest(double seconds) {
     lampTimer_->notifierIs(loop_.clock());
   }
   lampOn_ = true;
+  ++counters_.lampTests;
   lampTimer_->timeMinIs(loop_.currentTime() + seconds);
   markAll();
 }

@@ -6,6 +6,8 @@
 // shows by then, without touching the agent's pin configuration.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -54,6 +56,13 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   // does not name, so that a view marks just that pin.
   using FaultListener = std::function<void(std::string const& pin, bool failing)>;
 
+  // What the driver has done since it started, for monitoring; indexed by Backend.
+  struct Counters {
+    std::array<std::uint64_t, kBackendCount> writes{};
+    std::array<std::uint64_t, kBackendCount> writeErrors{};
+    std::uint64_t lampTests = 0;
+  };
+
   struct Pin {
     PinAddress const* address = nullptr;
     bool wanted = false;        // what the agent shows
@@ -89,6 +98,7 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   // Pins that could not be claimed, as "map:line: pin 'X': reason".
   std::vector<std::string> const& missing() const noexcept { return missing_; }
   std::uint64_t writeCount() const noexcept { return writes_; }
+  Counters const& counters() const noexcept { return counters_; }
   // Mapped pins whose last write or claim failed.
   std::size_t failingCount() const noexcept { return failing_; }
   std::unordered_set<std::string> const& unmapped() const noexcept { return warnedUnmapped_; }
@@ -126,6 +136,7 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   bool lampOn_ = false;
   Zel::Ptr<LampTimer> lampTimer_;
   std::uint64_t writes_ = 0;
+  Counters counters_;
   std::size_t failing_ = 0;
   FaultListener faultListener_;
   std::shared_ptr<bool> alive_;  // a queued latch outliving the driver finds it gone

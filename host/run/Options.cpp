@@ -71,6 +71,9 @@ class OptionReader {
     if (options.mode == Options::Mode::run && options.scripts.size() > 1) {
       throw UsageError{"run takes at most one script"};
     }
+    if (options.mode == Options::Mode::check && !options.httpAddress.empty()) {
+      throw UsageError{"--http is for run, serve and drive"};
+    }
     if (options.mode == Options::Mode::serve && !options.scripts.empty()) {
       throw UsageError{"serve takes no script"};
     }
@@ -121,6 +124,11 @@ class OptionReader {
       options.database.passwordFile = value();
     } else if (name == "--db-allow-insecure" && equals == std::string::npos) {
       options.database.allowInsecure = true;
+    } else if (name == "--http") {
+      options.httpAddress = value();
+      if (options.httpAddress.empty()) throw UsageError{"--http needs unix:PATH or HOST:PORT"};
+    } else if (name == "--http-allow-remote" && equals == std::string::npos) {
+      options.httpAllowRemote = true;
     } else if (name == "--config") {
       options.configPath = value();
     } else if (name == "--quiet" && equals == std::string::npos) {
@@ -183,6 +191,10 @@ options:
                              publishes each script's commands there, starting from empty tables
   --db-password-file FILE    the database password, read from FILE (never given on the line)
   --db-allow-insecure        allow TCP to another machine without credentials
+  --http ADDR                run, serve, drive: a read-only front panel in the browser (/),
+                             its JSON (/leds, /pins), events (/events) and metrics (/metrics)
+                             on unix:PATH or HOST:PORT (loopback only)
+  --http-allow-remote        let --http listen on an address other machines reach
   --config FILE              serve, drive: read the options from FILE first; SIGHUP reads it
                              again and applies trace and lamp-test-seconds at once
 

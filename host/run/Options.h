@@ -30,6 +30,8 @@ struct Options {
   bool pinsPartial = false;     // drive the pins that can be claimed, report the others
   double lampTestSeconds = 10;  // serve, drive: how long SIGUSR2 lights every mapped pin
   DatabaseOptions database;
+  std::string httpAddress;       // run, serve, drive: the read-only panel, JSON and metrics
+  bool httpAllowRemote = false;  // listen on other than loopback
   std::vector<std::string> scripts;
   std::string configPath;  // serve, drive: the configuration file whose keys are these options
 };

@@ -8,6 +8,8 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
+#include "host/http/ListenAddress.h"
+#include "host/http/PanelHttp.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/ExitStatus.h"
 #include "host/serve/ConfigReload.h"
@@ -38,6 +40,7 @@ class DriveRun {
                   [this](std::string const& line) { log_.database(line); }) {}
 
   ~DriveRun() {
+    http_.reset();
     statusTimer_.reset();
     watchdog_.reset();
     signals_.reset();
@@ -50,7 +53,9 @@ class DriveRun {
         std::initializer_list<int>{SIGINT, SIGTERM, SIGHUP, SIGUSR2});
     log_.notice("driving the pins of " + options_.pinMap + " from " +
                 follower_.link().endpoint().describe());
-    follower_.upHandlerIs([this](bool) {
+    if (!startHttp()) return kExitFailed;
+    follower_.upHandlerIs([this](bool up) {
+      if (http_) http_->databaseLinkIs(up);
       if (driver_) updateStatus();
     });
     follower_.start();
@@ -77,10 +82,32 @@ class DriveRun {
       loop_->stop();
       return;
     }
+    if (http_) http_->driverIs(driver_.get());
     log_.info("ready");
     updateStatus();
     notifier_.ready();
     startTimers();
+  }
+
+  bool startHttp() {
+    if (options_.httpAddress.empty()) return true;
+    try {
+      http_ = std::make_unique<Http::PanelHttp>(
+          Http::PanelFeed{"drive " + options_.pinMap, *loop_, *pins_, nullptr, nullptr,
+                          [this] { return databaseState(); }, loop_->currentTime()},
+          options_.httpAddress, options_.httpAllowRemote,
+          [this](std::string const& line) { log_.warning(line); });
+    } catch (std::exception const& error) {
+      log_.error(error.what());
+      return false;
+    }
+    log_.notice("panel at " + http_->url());
+    return true;
+  }
+
+  std::string databaseState() {
+    return follower_.link().endpoint().describe() +
+           (follower_.isUp() ? " connected" : " lost, reconnecting");
   }
 
   void startTimers() {
@@ -91,9 +118,7 @@ class DriveRun {
   }
 
   void updateStatus() {
-    notifier_.status(Drive::driverSummary(*driver_) + "; database " +
-                     follower_.link().endpoint().describe() +
-                     (follower_.isUp() ? " connected" : " lost, reconnecting"));
+    notifier_.status(Drive::driverSummary(*driver_) + "; database " + databaseState());
   }
 
   void onSignal(int signal) {
@@ -130,6 +155,7 @@ class DriveRun {
   SystemdNotifier notifier_;
   std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<SignalWatch> signals_;
+  std::unique_ptr<Http::PanelHttp> http_;
   std::optional<PeriodicTimer> watchdog_;
   std::optional<PeriodicTimer> statusTimer_;
   int status_ = kExitDone;
@@ -142,6 +168,13 @@ int runDrive(std::vector<std::string> const& commandLine) {
   ParsedOptions const parsed = loadServiceOptions(commandLine);
   if (!parsed.error.empty()) {
     log.error(parsed.error);
+    return kExitWrongInput;
+  }
+  // A wrong --http is a mistake in the configuration, like a wrong option.
+  if (std::string const error =
+          Http::listenAddressError(parsed.options.httpAddress, parsed.options.httpAllowRemote);
+      !error.empty()) {
+    log.error(error);
     return kExitWrongInput;
   }
   // A wrong URL, map or device is refused before anything connects or is driven.

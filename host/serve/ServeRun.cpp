@@ -11,6 +11,8 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
+#include "host/http/ListenAddress.h"
+#include "host/http/PanelHttp.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/AgentProfile.h"
 #include "host/run/ExitStatus.h"
@@ -72,6 +74,7 @@ class ServeRun {
         pinMap_(std::move(pinMap)) {}
 
   ~ServeRun() {
+    http_.reset();
     statusTimer_.reset();
     watchdog_.reset();
     signals_.reset();
@@ -92,7 +95,7 @@ class ServeRun {
     watchSignals();
     log_.notice("serving agent '" + options_.agentName + "' from " + setup_.plugin().path() +
                 " on cell " + std::to_string(options_.cell) + ", database " + databaseState());
-    if (!startDriver() || !startAgent() || !startDatabase()) return startFailure_;
+    if (!startDriver() || !startAgent() || !startDatabase() || !startHttp()) return startFailure_;
     readiness_.waitingDone();
     startTimers();
     session_->loop().run();
@@ -183,10 +186,29 @@ class ServeRun {
     }
     readiness_.conditionIs(kDatabaseCondition);
     database_->stateHandlerIs([this] {
+      if (http_) http_->databaseLinkIs(database_->state() == "connected");
       if (readiness_.isReady()) updateStatus();
     });
     database_->start();
     database_->whenSynced([this] { firstReadApplied(); });
+    return true;
+  }
+
+  bool startHttp() {
+    if (options_.httpAddress.empty()) return true;
+    try {
+      http_ = std::make_unique<Http::PanelHttp>(
+          Http::PanelFeed{options_.agentName, session_->loop(), session_->pins(),
+                          &session_->mappings(), &session_->leds(),
+                          [this] { return databaseState(); }, session_->startTime()},
+          options_.httpAddress, options_.httpAllowRemote,
+          [this](std::string const& line) { log_.warning(line); });
+    } catch (std::exception const& error) {
+      log_.error(error.what());
+      return false;
+    }
+    http_->driverIs(driver_.get());
+    log_.notice("panel at " + http_->url());
     return true;
   }
 
@@ -286,6 +308,7 @@ class ServeRun {
   std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<ServerDatabase> database_;
   std::unique_ptr<SignalWatch> signals_;
+  std::unique_ptr<Http::PanelHttp> http_;
   std::optional<PeriodicTimer> watchdog_;
   std::optional<PeriodicTimer> statusTimer_;
   int startFailure_ = kExitFailed;  // the exit status when the start fails
@@ -299,6 +322,13 @@ int runServe(std::vector<std::string> const& commandLine) {
   ParsedOptions const parsed = loadServiceOptions(commandLine);
   if (!parsed.error.empty()) {
     log.error(parsed.error);
+    return kExitWrongInput;
+  }
+  // A wrong --http is a mistake in the configuration, like a wrong option.
+  if (std::string const error =
+          Http::listenAddressError(parsed.options.httpAddress, parsed.options.httpAllowRemote);
+      !error.empty()) {
+    log.error(error);
     return kExitWrongInput;
   }
   int status = kExitDone;

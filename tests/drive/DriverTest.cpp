@@ -120,6 +120,7 @@ TEST_F(DriverTest, LampTestLightsEverythingThenShowsWhatTheAgentShowsByThen) {
   EXPECT_EQ(bench_.level("gpiochip0", 3), 0);
   EXPECT_EQ(bench_.level("gpiochip1", 0), 1);
   EXPECT_EQ(a->value(), 0u);  // the agent's configuration was never written
+  EXPECT_EQ(driver->counters().lampTests, 1u);
 }
 
 // A refused start requests no line, so that the lines that are there keep what they show; only
@@ -172,6 +173,11 @@ TEST_F(DriverTest, AFailedWriteIsSaidOncePerKindAndRetriedAtTheNextChange) {
   EXPECT_EQ(log_[0], "pins: pin 'stray' is not in map.toml; it is not driven");
   EXPECT_EQ(log_[1], "pins: map.toml:2: pin 'a': GPIO write: Input/output error");
   EXPECT_EQ(driver->find("a")->error, "GPIO write: Input/output error");
+  // Counted for monitoring per backend, every failure, not only the ones logged.
+  auto const gpiod = static_cast<std::size_t>(Backend::gpiod);
+  EXPECT_EQ(driver->counters().writeErrors[gpiod], 3u);
+  EXPECT_EQ(driver->counters().writes[gpiod], driver->writeCount());
+  EXPECT_EQ(driver->counters().writeErrors[static_cast<std::size_t>(Backend::file)], 0u);
 
   bench_.failWrites = 0;
   d->valueIs(1);  // a change elsewhere brings the failed pin along
