@@ -10,7 +10,6 @@ class EntityManager;
 
 class Mounter : public Zel::Entity {
  public:
-  virtual void nameIsFromBackup(Zel::Name) {}
   // Called from the activity loop once every mount of the group closed by this mounter is done.
   virtual void doMountsComplete(MountStatus status, Zel::Ptr<EntityManager> const& entityManager);
   virtual void handleMountStatus(MountStatus status);

@@ -1,7 +1,8 @@
 // The host framework's agent base. The host constructs the agent through its plug-in factory,
 // gives it an entity manager, calls doInit, and calls doMountsComplete when the mount group that
-// doInit closed has finished. The remaining operations are the framework's staging, warm-up and
-// health hooks; their defaults do nothing, and an agent overrides the ones it needs.
+// doInit closed has finished. The remaining operations are the framework's warm-up and health
+// hooks, which a tool reaches by name through the generic interface; their defaults do nothing,
+// and an agent overrides the ones it needs.
 #pragma once
 
 #include "platform/statedb/EntityManager.h"
@@ -24,10 +25,6 @@ class CAgent : public Statedb::Mounter {
   virtual void doUpdateWarm() {}
   virtual void doPreInit() {}
   virtual void doInit() {}
-  virtual void handleStageProgressionComplete(Zel::String, Zel::Name) {}
-  virtual void doStage(Zel::String, Zel::String) {}
-  virtual void doStageForInstance(Zel::String, Zel::String, Zel::Name) {}
-  virtual void handleStageInstance(Zel::Name) {}
   virtual bool agentPingResponderEnabled() const { return true; }
   virtual bool agentSyncConfigEnabled() const { return false; }
   virtual void handleFlushEntityLogComplete() {}
