@@ -1,6 +1,8 @@
 #include "host/drive/GpiodBackend.h"
 
+#include <cerrno>
 #include <cstring>
+#include <system_error>
 #include <unordered_map>
 
 namespace Drive {
@@ -20,8 +22,20 @@ PinFault lineFault(std::size_t pin, unsigned offset, std::string const& chip, in
 
 GpiodBackend::GpiodBackend(std::unique_ptr<GpioLines> lines) : lines_(std::move(lines)) {}
 
-GpiodBackend::~GpiodBackend() {
-  for (Request const& request : requests_) lines_->release(request.handle);
+std::optional<std::size_t> GpiodBackend::chipIndex(PinClaim const& claim,
+                                                   std::vector<PinFault>& faults) {
+  std::string const& address = claim.address->chip;
+  auto const known = chipByAddress_.find(address);
+  if (known != chipByAddress_.end()) return known->second;
+  try {
+    chips_.push_back(lines_->openChip(address));
+  } catch (std::system_error const& error) {
+    int const code = error.code().value();
+    faults.push_back({claim.pin, code, "GPIO chip '" + address + "': " + errorText(code)});
+    return std::nullopt;
+  }
+  chipByAddress_.emplace(address, chips_.size() - 1);
+  return chips_.size() - 1;
 }
 
 GpiodBackend::Groups GpiodBackend::resolve(std::vector<PinClaim> const& pins,
@@ -30,17 +44,17 @@ GpiodBackend::Groups GpiodBackend::resolve(std::vector<PinClaim> const& pins,
   std::unordered_map<std::string, std::string> takenBy;  // "chip/offset" -> pin
   for (PinClaim const& claim : pins) {
     PinAddress const& address = *claim.address;
-    std::size_t chip = 0;
-    if (int error = lines_->openChip(address.chip, chip)) {
-      faults.push_back({claim.pin, error, "GPIO chip '" + address.chip + "': " + errorText(error)});
-      continue;
-    }
+    std::optional<std::size_t> const found = chipIndex(claim, faults);
+    if (!found) continue;
+    std::size_t const chip = *found;
     unsigned offset = address.lineOffset.value_or(0);
     if (!address.lineOffset) {
-      if (int error = lines_->findLine(chip, address.lineName, offset)) {
-        faults.push_back({claim.pin, error,
+      try {
+        offset = chips_[chip]->lineOffset(address.lineName);
+      } catch (std::system_error const& error) {
+        faults.push_back({claim.pin, error.code().value(),
                           "no line '" + address.lineName + "' on GPIO chip '" + address.chip +
-                              "': " + errorText(error)});
+                              "': " + errorText(error.code().value())});
         continue;
       }
     }
@@ -63,9 +77,13 @@ std::vector<PinFault> GpiodBackend::check(std::vector<PinClaim> const& pins) {
   std::vector<PinFault> faults;
   for (auto const& [key, group] : resolve(pins, faults)) {
     for (Line const& line : group) {
-      if (int error = lines_->checkLine(line.chip, line.offset)) {
-        faults.push_back(lineFault(line.pin, line.offset, *line.chipName, error));
+      int error = 0;
+      try {
+        if (chips_[line.chip]->isLineUsed(line.offset)) error = EBUSY;
+      } catch (std::system_error const& failure) {
+        error = failure.code().value();
       }
+      if (error != 0) faults.push_back(lineFault(line.pin, line.offset, *line.chipName, error));
     }
   }
   return faults;
@@ -92,8 +110,7 @@ void GpiodBackend::requestGroup(std::vector<Line> const& group, std::vector<PinF
         faults.push_back(lineFault(line.pin, line.offset, *line.chipName, lineError));
         continue;
       }
-      lines_->release(requests_.back().handle);
-      requests_.pop_back();
+      requests_.pop_back();  // releases the line, to be requested with the others below
       usable.push_back(line);
     }
     for (Line const& line : usable) slots_[line.pin].claimed = false;
@@ -110,9 +127,13 @@ bool GpiodBackend::requestLines(std::vector<Line> const& lines, int& error) {
     request.offsets.push_back(line.offset);
     request.values.push_back(line.value);
   }
-  error = lines_->request(lines.front().chip, request.offsets, lines.front().activeLow,
-                          request.values, request.handle);
-  if (error != 0) return false;
+  try {
+    request.lines = chips_[lines.front().chip]->requestOutputs(
+        request.offsets, lines.front().activeLow, request.values);
+  } catch (std::system_error const& failure) {
+    error = failure.code().value();
+    return false;
+  }
   for (std::size_t i = 0; i < lines.size(); ++i) {
     if (slots_.size() <= lines[i].pin) slots_.resize(lines[i].pin + 1);
     slots_[lines[i].pin] = {requests_.size(), i, true};
@@ -134,7 +155,13 @@ std::vector<PinFault> GpiodBackend::write(std::vector<PinWrite> const& writes) {
   for (std::size_t index : touched_) {
     Request& request = requests_[index];
     request.touched = false;
-    if (int error = lines_->setValues(request.handle, request.values)) {
+    int error = 0;
+    try {
+      request.lines->setValues(request.values);
+    } catch (std::system_error const& failure) {
+      error = failure.code().value();
+    }
+    if (error != 0) {
       // The lines keep what they showed; the driver tries again at the next change.
       for (PinWrite const& write : writes) {
         Slot const& slot = write.pin < slots_.size() ? slots_[write.pin] : Slot{};

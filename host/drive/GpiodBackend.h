@@ -4,6 +4,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,7 +16,6 @@ namespace Drive {
 class GpiodBackend final : public PinBackend {
  public:
   explicit GpiodBackend(std::unique_ptr<GpioLines> lines);
-  ~GpiodBackend() override;
 
   Backend kind() const noexcept override { return Backend::gpiod; }
   std::vector<PinFault> check(std::vector<PinClaim> const& pins) override;
@@ -34,7 +34,7 @@ class GpiodBackend final : public PinBackend {
     std::string const* chipName;
   };
   struct Request {
-    std::size_t handle = 0;
+    std::unique_ptr<LineRequest> lines;
     std::vector<std::size_t> pins;
     std::vector<unsigned> offsets;
     std::vector<int> values;
@@ -53,7 +53,14 @@ class GpiodBackend final : public PinBackend {
   void requestGroup(std::vector<Line> const& group, std::vector<PinFault>& faults);
   bool requestLines(std::vector<Line> const& lines, int& error);
 
+  // A chip's index among the opened ones, opening it on first use; faults it to the pin when it
+  // cannot be opened.
+  std::optional<std::size_t> chipIndex(PinClaim const& claim, std::vector<PinFault>& faults);
+
+  // Declared before the requests, which release their lines first.
   std::unique_ptr<GpioLines> lines_;
+  std::vector<std::unique_ptr<GpioChip>> chips_;  // in the order first named
+  std::map<std::string, std::size_t> chipByAddress_;
   std::vector<Request> requests_;
   std::vector<Slot> slots_;  // by pin position
   std::vector<std::size_t> touched_;

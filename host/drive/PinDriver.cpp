@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "host/drive/FileBackend.h"
@@ -19,15 +20,42 @@ using Hardware::Gpio::CorvelPinConfig;
 
 namespace {
 
-constexpr std::size_t kBackendCount = 3;  // by Backend
+// Claims and backends are kept in one slot per kind of pin, so that a pin's kind finds its
+// backend without a search.
+constexpr Backend kBackends[] = {Backend::gpiod, Backend::led, Backend::file};
+constexpr std::size_t kBackendCount = std::size(kBackends);
+constexpr std::size_t slotOf(Backend kind) noexcept {
+  return static_cast<std::size_t>(kind);
+}
+constexpr bool eachKindSitsInItsSlot() {
+  for (std::size_t slot = 0; slot < kBackendCount; ++slot) {
+    if (slotOf(kBackends[slot]) != slot) return false;
+  }
+  return true;
+}
+static_assert(eachKindSitsInItsSlot());
 using ClaimsByBackend = std::vector<std::vector<PinClaim>>;
 
 ClaimsByBackend claimsOf(PinMap const& map, std::function<bool(std::size_t)> const& lit) {
   ClaimsByBackend claims(kBackendCount);
   for (std::size_t i = 0; i < map.pins.size(); ++i) {
-    claims[static_cast<std::size_t>(map.pins[i].backend)].push_back({i, &map.pins[i], lit(i)});
+    claims[slotOf(map.pins[i].backend)].push_back({i, &map.pins[i], lit(i)});
   }
   return claims;
+}
+
+std::unique_ptr<PinBackend> backendOf(Backend kind, PinMap const& map,
+                                      DriverOptions const& options) {
+  switch (kind) {
+    case Backend::gpiod:
+      return std::make_unique<GpiodBackend>(options.gpioLines ? options.gpioLines()
+                                                              : libgpiodLines());
+    case Backend::led:
+      return std::make_unique<LedClassBackend>(map.sysfsRoot);
+    case Backend::file:
+      return std::make_unique<FileBackend>(map.valuesFile);
+  }
+  return nullptr;
 }
 
 // A backend for each kind of pin that the map names.
@@ -35,12 +63,9 @@ std::vector<std::unique_ptr<PinBackend>> backendsFor(PinMap const& map,
                                                      DriverOptions const& options,
                                                      ClaimsByBackend const& claims) {
   std::vector<std::unique_ptr<PinBackend>> backends(kBackendCount);
-  if (!claims[0].empty()) {
-    backends[0] =
-        std::make_unique<GpiodBackend>(options.gpioLines ? options.gpioLines() : libgpiodLines());
+  for (Backend kind : kBackends) {
+    if (!claims[slotOf(kind)].empty()) backends[slotOf(kind)] = backendOf(kind, map, options);
   }
-  if (!claims[1].empty()) backends[1] = std::make_unique<LedClassBackend>(map.sysfsRoot);
-  if (!claims[2].empty()) backends[2] = std::make_unique<FileBackend>(map.valuesFile);
   return backends;
 }
 
@@ -243,7 +268,7 @@ void PinDriver::writeNow(std::vector<PinWrite> const& writes) {
   // Grouped by backend, so that each can make one write of everything that changed.
   std::vector<std::vector<PinWrite>> perBackend(backends_.size());
   for (PinWrite const& write : writes) {
-    auto const backend = static_cast<std::size_t>(pins_[write.pin].address->backend);
+    std::size_t const backend = slotOf(pins_[write.pin].address->backend);
     perBackend[backend].push_back(write);
     ++counters_.writes[backend];
     pins_[write.pin].shown = write.lit;
@@ -258,7 +283,7 @@ void PinDriver::writeNow(std::vector<PinWrite> const& writes) {
 
 void PinDriver::fault(PinFault const& failed) {
   Pin& pin = pins_[failed.pin];
-  ++counters_.writeErrors[static_cast<std::size_t>(pin.address->backend)];
+  ++counters_.writeErrors[slotOf(pin.address->backend)];
   // The hardware holds what it held; unknown, so that the next latch that meets the pin writes it.
   pin.shown.reset();
   errorIs(failed.pin, failed.text);

@@ -1,4 +1,5 @@
-// The command line of warden: a subcommand (run, check or serve), its options and its scripts.
+// The command line of warden: a subcommand (run, check, serve or drive), its options and its
+// scripts.
 #pragma once
 
 #include <cstdint>

@@ -157,6 +157,22 @@ TEST_F(DriverTest, APinThatCannotBeClaimedStopsTheStartOrIsReportedWithPartial) 
   EXPECT_EQ(bench_.requests[0].offsets, (std::vector<unsigned>{1}));
 }
 
+// A line taken between the check and the claim refuses its whole request: each line is tried
+// alone, the others are requested together again, and every request goes with the driver.
+TEST_F(DriverTest, ALineTakenMeanwhileIsFoundAloneAndNoRequestOutlivesTheDriver) {
+  bench_.takenMeanwhile.insert({"gpiochip0", 3});
+  auto driver = start("", true);
+  ASSERT_EQ(driver->missing().size(), 1u);
+  EXPECT_NE(driver->missing()[0].find("pin 'c'"), std::string::npos) << driver->missing()[0];
+  ASSERT_EQ(bench_.requests.size(), 4u);
+  EXPECT_TRUE(bench_.requests[0].released);  // the lone try of line 1
+  EXPECT_EQ(bench_.requests[1].offsets, (std::vector<unsigned>{1}));
+  EXPECT_FALSE(bench_.requests[1].released);
+
+  driver.reset();
+  for (GpioBench::Request const& request : bench_.requests) EXPECT_TRUE(request.released);
+}
+
 TEST_F(DriverTest, AFailedWriteIsSaidOncePerKindAndRetriedAtTheNextChange) {
   auto a = pin("a"), b = pin("b"), d = pin("d");
   auto driver = start("on_stop = \"lit\"\n");
