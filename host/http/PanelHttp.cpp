@@ -72,6 +72,7 @@ Reply PanelHttp::get(std::string_view path) {
         static_cast<bool>(feed_.databaseState) && feed_.databaseState() != "embedded";
     in.databaseConnected = databaseUp_;
     in.databaseReconnects = reconnects_;
+    if (databaseCounters_) in.database = databaseCounters_();
     in.httpRequests = server_->requestCount();
     in.eventStreams = server_->streamCount();
     in.processStart = processStart_;

@@ -3,6 +3,7 @@
 // nothing and lights nothing; a run adds it with its feed and, once it has one, its pin driver.
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 
@@ -10,6 +11,7 @@
 #include "host/http/LatenessProbe.h"
 #include "host/http/PanelEvents.h"
 #include "host/http/PanelFeed.h"
+#include "host/http/PanelMetrics.h"
 
 namespace Drive {
 class PinDriver;
@@ -27,6 +29,10 @@ class PanelHttp final : private Site {
   void driverIs(Drive::PinDriver const* driver);
   // The run's database link changed state; a return to connected counts as a reconnect.
   void databaseLinkIs(bool up);
+  // Where the backend's counts come from, for a run with a database backend.
+  void databaseCountersIs(std::function<DatabaseCounters()> counters) {
+    databaseCounters_ = std::move(counters);
+  }
   // "http://127.0.0.1:8080/" or "unix:/run/pinlamp/http.sock", for the start-up message.
   std::string const& url() const noexcept { return url_; }
 
@@ -45,6 +51,7 @@ class PanelHttp final : private Site {
   bool databaseUp_ = false;
   bool databaseWasUp_ = false;
   std::uint64_t reconnects_ = 0;
+  std::function<DatabaseCounters()> databaseCounters_;
   double processStart_ = 0;
   LatenessProbe lateness_;
   std::unique_ptr<HttpServer> server_;

@@ -102,6 +102,17 @@ std::string metricsText(MetricsInputs const& in) {
     w.family("pinlamp_database_reconnects_total", "counter",
              "Times the link to the database server came back after a loss.");
     w.sample("pinlamp_database_reconnects_total", static_cast<double>(in.databaseReconnects));
+    w.family("pinlamp_database_resync_duration_seconds", "summary",
+             "Whole reads of the server's tables, at connect and every reconnect, until applied.");
+    w.sample("pinlamp_database_resync_duration_seconds_sum", in.database.resyncSeconds);
+    w.sample("pinlamp_database_resync_duration_seconds_count",
+             static_cast<double>(in.database.resyncs));
+    w.family("pinlamp_database_last_resync_duration_seconds", "gauge",
+             "How long the latest whole read of the server's tables took until applied.");
+    w.sample("pinlamp_database_last_resync_duration_seconds", in.database.lastResyncSeconds);
+    w.family("pinlamp_database_refused_rows_total", "counter",
+             "Rows of the server's tables refused for bad data (each also logged).");
+    w.sample("pinlamp_database_refused_rows_total", static_cast<double>(in.database.refusedRows));
   }
 
   w.family("pinlamp_loop_wakes_total", "counter", "Times the activity loop woke.");

@@ -15,6 +15,15 @@ class PinDriver;
 
 namespace Http {
 
+// The database backend's own counts, handed over by the run that has a backend (the panel sees
+// no backend itself).
+struct DatabaseCounters {
+  std::uint64_t resyncs = 0;
+  double resyncSeconds = 0;
+  double lastResyncSeconds = 0;
+  std::uint64_t refusedRows = 0;
+};
+
 struct MetricsInputs {
   PanelFeed const& feed;
   Drive::PinDriver const* driver = nullptr;
@@ -22,6 +31,7 @@ struct MetricsInputs {
   bool databaseConfigured = false;
   bool databaseConnected = false;
   std::uint64_t databaseReconnects = 0;
+  DatabaseCounters database{};
   std::uint64_t httpRequests = 0;
   std::size_t eventStreams = 0;
   double processStart = 0;  // seconds since the epoch

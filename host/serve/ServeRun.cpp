@@ -208,6 +208,13 @@ class ServeRun {
       return false;
     }
     http_->driverIs(driver_.get());
+    if (database_) {
+      http_->databaseCountersIs([this] {
+        Statedb::Redis::Mirror::Counters const& counters = database_->backend().mirror().counters();
+        return Http::DatabaseCounters{counters.resyncs, counters.resyncSeconds,
+                                      counters.lastResyncSeconds, counters.refusedRows};
+      });
+    }
     log_.notice("panel at " + http_->url());
     return true;
   }

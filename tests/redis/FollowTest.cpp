@@ -154,6 +154,10 @@ TEST_F(FollowTest, SubscriberKilledThenExactlyTheChangesMeanwhileAreApplied) {
   EXPECT_EQ(agent.backend->pinWriter().writeCount() - writesBefore, 3u);
   EXPECT_EQ(logLinesWith("lost"), 1u);
   EXPECT_EQ(logLinesWith("reconnected"), 1u);
+  // The first read and the one after the reconnect, each counted once it was applied.
+  auto const& counters = agent.backend->mirror().counters();
+  EXPECT_EQ(counters.resyncs, 2u);
+  EXPECT_GE(counters.resyncSeconds, counters.lastResyncSeconds);
 }
 
 TEST_F(FollowTest, ServerKilledAndRestartedEmptyThenRepublished) {
@@ -229,6 +233,8 @@ TEST_F(FollowTest, MalformedFieldsAndNamesAreRefusedAndTheAgentGoesOn) {
   ASSERT_TRUE(agent.settle());
   EXPECT_EQ(logLinesWith("refused LED_CONFIG|eth1|x"), 1u);
   EXPECT_EQ(logLinesWith("refused LED_CONFIG|a/b"), 1u);
+  // A monitoring system counts what the log says: one refused row per line.
+  EXPECT_EQ(agent.backend->mirror().counters().refusedRows, std::size(bad) + 2);
 
   // Last good values held throughout; the agent still follows good writes.
   agent.publishLed("eth1", setting("r"));

@@ -76,7 +76,7 @@ void Mirror::flush() {
 void Mirror::read(std::string const& key) {
   auto decoded = keyNameOf(key);
   if (!decoded.value) {
-    log_(refusalLine(key, decoded.refusal));
+    refuse(key, decoded.refusal);
     return;
   }
   if (!link_.command({"HGETALL", key}, *this)) return;
@@ -123,7 +123,7 @@ void Mirror::applyLed(std::string const& key, Zel::Name const& name, HashView ha
     return;
   }
   auto decoded = lightSettingOf(hash);
-  if (!decoded.value) return log_(refusalLine(key, decoded.refusal));
+  if (!decoded.value) return refuse(key, decoded.refusal);
   Inputs::ledApplied(leds_, name, changeOf(replaced), *decoded.value);
 }
 
@@ -134,7 +134,7 @@ void Mirror::applyMapping(std::string const& key, Zel::Name const& name, HashVie
     return;
   }
   auto decoded = mappingOf(hash);
-  if (!decoded.value) return log_(refusalLine(key, decoded.refusal));
+  if (!decoded.value) return refuse(key, decoded.refusal);
   // A hash holds the whole entity: a colour it does not list has no pins, a missing `ready` is 0.
   Inputs::MappingFields fields;
   for (std::size_t colour = 0; colour < fields.pins.size(); ++colour) {
@@ -142,6 +142,11 @@ void Mirror::applyMapping(std::string const& key, Zel::Name const& name, HashVie
   }
   fields.ready = decoded.value->ready;
   Inputs::mappingApplied(mappings_, name, changeOf(replaced), fields);
+}
+
+void Mirror::refuse(std::string const& key, Refusal const& refusal) {
+  ++counters_.refusedRows;
+  log_(refusalLine(key, refusal));
 }
 
 void Mirror::resync() {
@@ -153,6 +158,7 @@ void Mirror::resync() {
   sent_ = answered_ = 0;
   resyncReads_.reset();
   resyncing_ = true;
+  resyncStart_ = loop_.currentTime();
   scansOwed_ = 2;
   scan(kLedTable, "0");
   scan(kMappingTable, "0");
@@ -203,6 +209,9 @@ void Mirror::scanDone() {
 void Mirror::resyncCheck() {
   if (!resyncing_ || !resyncReads_ || answered_ < *resyncReads_) return;
   resyncing_ = false;
+  ++counters_.resyncs;
+  counters_.lastResyncSeconds = loop_.currentTime() - resyncStart_;
+  counters_.resyncSeconds += counters_.lastResyncSeconds;
   if (resyncedHandler_) resyncedHandler_();
 }
 

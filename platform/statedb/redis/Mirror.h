@@ -45,6 +45,16 @@ class Mirror final : private Connection::Receiver {
   void resyncedHandlerIs(std::function<void()> handler) { resyncedHandler_ = std::move(handler); }
   std::uint64_t readCount() const noexcept { return reads_; }
 
+  // What a monitoring system asks of the mirror: whole reads of the tables (at connect and at
+  // every reconnect) and how long they took until applied, and rows refused for bad data.
+  struct Counters {
+    std::uint64_t resyncs = 0;
+    double resyncSeconds = 0;      // all resyncs together
+    double lastResyncSeconds = 0;  // the latest one
+    std::uint64_t refusedRows = 0;
+  };
+  Counters const& counters() const noexcept { return counters_; }
+
  private:
   void flushSoon();
   void flush();
@@ -57,6 +67,7 @@ class Mirror final : private Connection::Receiver {
   void scanDone();
   void removeUnseen();
   void resyncCheck();
+  void refuse(std::string const& key, Refusal const& refusal);
   void quietCheck();
 
   Zel::ActivityManager& loop_;
@@ -82,6 +93,8 @@ class Mirror final : private Connection::Receiver {
   std::uint64_t answered_ = 0;
   std::optional<std::uint64_t> resyncReads_;
   bool resyncing_ = false;
+  double resyncStart_ = 0;
+  Counters counters_;
   std::function<void()> resyncedHandler_;
   std::vector<std::function<void()>> quietWaiters_;
   std::vector<FieldView> fields_;  // of the hash being applied; kept to reuse its capacity
