@@ -8,7 +8,6 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
-#include "host/http/ListenAddress.h"
 #include "host/http/PanelHttp.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/ExitStatus.h"
@@ -168,13 +167,6 @@ int runDrive(std::vector<std::string> const& commandLine) {
   ParsedOptions const parsed = loadServiceOptions(commandLine);
   if (!parsed.error.empty()) {
     log.error(parsed.error);
-    return kExitWrongInput;
-  }
-  // A wrong --http is a mistake in the configuration, like a wrong option.
-  if (std::string const error =
-          Http::listenAddressError(parsed.options.httpAddress, parsed.options.httpAllowRemote);
-      !error.empty()) {
-    log.error(error);
     return kExitWrongInput;
   }
   // A wrong URL, map or device is refused before anything connects or is driven.

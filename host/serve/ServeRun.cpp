@@ -11,7 +11,6 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
-#include "host/http/ListenAddress.h"
 #include "host/http/PanelHttp.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/AgentProfile.h"
@@ -329,13 +328,6 @@ int runServe(std::vector<std::string> const& commandLine) {
   ParsedOptions const parsed = loadServiceOptions(commandLine);
   if (!parsed.error.empty()) {
     log.error(parsed.error);
-    return kExitWrongInput;
-  }
-  // A wrong --http is a mistake in the configuration, like a wrong option.
-  if (std::string const error =
-          Http::listenAddressError(parsed.options.httpAddress, parsed.options.httpAllowRemote);
-      !error.empty()) {
-    log.error(error);
     return kExitWrongInput;
   }
   int status = kExitDone;

@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "host/drive/PinDriver.h"
+#include "host/http/ListenAddress.h"
 #include "host/run/ExitStatus.h"
 #include "host/run/ServerDatabase.h"
 #include "host/serve/ServeConfig.h"
@@ -17,6 +18,12 @@ std::optional<ServiceInputs> checkServiceInputs(std::vector<std::string> const& 
                                                 int& status) {
   ServiceInputs inputs;
   status = kExitWrongInput;
+  if (std::string const error =
+          Http::listenAddressError(options.httpAddress, options.httpAllowRemote);
+      !error.empty()) {
+    log.error(optionPlace(commandLine, "http") + error);
+    return std::nullopt;
+  }
   if (!options.database.url.empty()) {
     std::string error;
     inputs.endpoint = endpointFor(options.database, error);

@@ -1,7 +1,7 @@
-// What a service reads and checks before it starts anything: the database URL with its password
-// file, the pin map, and every device the map names. A wrong one is logged with its place and
-// stops the service with kExitWrongInput before a pin is touched, the agent started or a server
-// asked, so that the supervisor does not restart it in a loop.
+// What a service reads and checks before it starts anything: the HTTP address, the database URL
+// with its password file, the pin map, and every device the map names. A wrong one is logged with
+// its place and stops the service with kExitWrongInput before a pin is touched, the agent started
+// or a server asked, so that the supervisor does not restart it in a loop.
 #pragma once
 
 #include <optional>
