@@ -290,6 +290,7 @@ TEST_F(ServeNotifyTest, WrongInputsExitTwoBeforeAnyPinIsTouched) {
       {{"serve", "--agent", AGENT_PLUGIN, "--config", config}, config + ":2: database: "},
       {{"drive", "--db", "redis:/x", "--pins", map}, "database: "},
       {{"serve", "--agent", (dir_ / "none.so").string()}, "none.so"},
+      {{"serve", "--agent", AGENT_PLUGIN, "--http", "192.0.2.1:8080"}, "not a loopback address"},
   };
   for (Case const& c : cases) {
     startWardenWith(c.arguments);
