@@ -65,7 +65,8 @@ TEST(AgentLoadingTest, LoadingRegistersTheReactorTheAgentAndTheStateMachineInTha
   EXPECT_NE(std::search(names.begin(), names.end(), expected.begin(), expected.end()), names.end())
       << testing::PrintToString(names);
   // The registration makes an agent under the name it is given.
-  auto const agent = Zel::ptrCast<Warden::CAgent>(Zel::newEntity("Pinlamp::Agent", "byType", nullptr));
+  auto const agent =
+      Zel::ptrCast<Warden::CAgent>(Zel::newEntity("Pinlamp::Agent", "byType", nullptr));
   ASSERT_NE(agent, nullptr);
   EXPECT_EQ(agent->name(), Zel::Name("byType"));
 }
