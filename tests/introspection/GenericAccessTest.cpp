@@ -29,19 +29,6 @@ class GenericAccessTest : public IntrospectionFixture {
   }
 };
 
-TEST_F(GenericAccessTest, InvokingTheClockTimeoutByNameTogglesTheFlashingPins) {
-  world_.setLed("Led1", setting("r", 0.5));
-  world_.runPending();
-  EXPECT_EQ(pins(), "0100");  // a flashing setting shows at the first tick
-
-  invoke(machine(), "handleClockTimeout");
-  EXPECT_TRUE(machine().flashingState());
-  EXPECT_EQ(pins(), "0010");
-  invoke(machine(), "handleClockTimeout");
-  EXPECT_FALSE(machine().flashingState());
-  EXPECT_EQ(pins(), "0000");
-}
-
 TEST_F(GenericAccessTest, InvokesHandlersWithNamedOrPositionalArguments) {
   Value const led(world_.output("Led1"));
   invoke(machine(), "handleCorvelGpioRed", {{"value", 1}, {"led", led}});
@@ -50,9 +37,19 @@ TEST_F(GenericAccessTest, InvokesHandlersWithNamedOrPositionalArguments) {
   EXPECT_EQ(pins(), "0010");
   invoke(machine(), "handleLedSystemConfig", {Zel::Name("Led1"), setting("yo")});
   EXPECT_EQ(pins(), "1001");
+
+  world_.setLed("Led1", setting("r", 0.5));
+  world_.runPending();
+  EXPECT_EQ(pins(), "1001");  // a flashing setting shows at the first tick
+  invoke(machine(), "handleClockTimeout");
+  EXPECT_TRUE(machine().flashingState());
+  EXPECT_EQ(pins(), "0010");
+  invoke(machine(), "handleClockTimeout");
+  EXPECT_FALSE(machine().flashingState());
+  EXPECT_EQ(pins(), "0000");
 }
 
-TEST_F(GenericAccessTest, IteratesTheStateMachinesByKey) {
+TEST_F(GenericAccessTest, IteratesAndDeletesTheStateMachinesByKey) {
   world_.publishMapping("Led2", {{"Y2"}, {}, {}, {}});
   world_.setLed("Led2", setting("y"));
   world_.runPending();
@@ -65,6 +62,10 @@ TEST_F(GenericAccessTest, IteratesTheStateMachinesByKey) {
   EXPECT_EQ(members[1], (Member{"Led2", Value(reactor().gpioLedStateMachine("Led2"))}));
   EXPECT_EQ(get(reactor(), "gpioLedStateMachine", "Led2"), members[1].value);
   EXPECT_TRUE(get(reactor(), "gpioLedStateMachine", "Led9").isEmpty());
+
+  EXPECT_EQ(del(reactor(), "gpioLedStateMachine", "Led2"), members[1].value);
+  EXPECT_EQ(world_.machine("Led2"), nullptr);
+  EXPECT_TRUE(del(reactor(), "gpioLedStateMachine", "Led2").isEmpty());
 }
 
 TEST_F(GenericAccessTest, SetsAndDeletesTheConfigReactorWithItsThreeValues) {
@@ -85,13 +86,6 @@ TEST_F(GenericAccessTest, SetsAndDeletesTheConfigReactorWithItsThreeValues) {
   EXPECT_EQ(second, Value(agent().configReactor()));
   EXPECT_NE(agent().configReactor(), first);
   EXPECT_NE(world_.machine("Led1"), nullptr);
-}
-
-TEST_F(GenericAccessTest, DeletesAStateMachineByKey) {
-  Zel::Ptr<Pinlamp::GpioLedStateMachine> const led(&machine());
-  EXPECT_EQ(del(reactor(), "gpioLedStateMachine", "Led1"), Value(led));
-  EXPECT_EQ(world_.machine("Led1"), nullptr);
-  EXPECT_TRUE(del(reactor(), "gpioLedStateMachine", "Led1").isEmpty());
 }
 
 TEST_F(GenericAccessTest, RefusedOperationsRaiseAndChangeNothing) {

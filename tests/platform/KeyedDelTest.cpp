@@ -46,8 +46,6 @@ TEST(KeyedDelTest, EachKeyedDelReturnsTheRemovedValueOrNothing) {
   EXPECT_EQ(output->gpioGreenDel("p1"), nullptr);
   EXPECT_EQ(output->gpioOrangeDel("p1"), pin);
   EXPECT_EQ(output->gpioOrangeDel("p1"), nullptr);
-  EXPECT_EQ(outputs->gpioLedsDel("Led1"), output);
-  EXPECT_EQ(outputs->gpioLedsDel("Led1"), nullptr);
 }
 
 }  // namespace

@@ -18,7 +18,7 @@ using Texts = std::vector<std::string>;
 
 PinNames const kOnePinEach{{"pY"}, {"pG"}, {"pR"}, {"pO"}};
 
-TEST(LedRemovalTest, RemovingAMappingCleansUpPinsOutputAndMachineInOrder) {
+TEST(LedRemovalTest, RemovingAMappingCleansUpInOrderAndRetiresItsReactor) {
   AgentHarness harness;
   harness.publishMapping("Led1", kOnePinEach);
   harness.setLed("Led1", setting("g"));
@@ -33,11 +33,8 @@ TEST(LedRemovalTest, RemovingAMappingCleansUpPinsOutputAndMachineInOrder) {
 
   EXPECT_EQ(harness.traces(9), (Texts{"handleGpioConfigCleanup Led1", "createDriver Led1",
                                       "Deleting Gpio Led SM for Led1"}));
-  EXPECT_EQ(harness.pinDir()->entryCount(), 0u);
-  EXPECT_EQ(harness.output("Led1"), nullptr);
-  EXPECT_EQ(harness.machine("Led1"), nullptr);
-  EXPECT_EQ(harness.reactor()->gpioLedConfig("Led1"), nullptr);
-  // The retired per-LED reactor is cut loose from both its owner and its mapping.
+  // What is left of the LED is followed by the model-based run; here, that the retired per-LED
+  // reactor is cut loose from both its owner and its mapping.
   EXPECT_TRUE(reactor->isMarkedForDeletion());
   EXPECT_EQ(reactor->owner(), nullptr);
   EXPECT_FALSE(reactor->isRegisteredNotifiee());

@@ -1,6 +1,4 @@
-#include <cmath>
 #include <cstdint>
-#include <limits>
 #include <set>
 #include <string>
 #include <utility>
@@ -12,20 +10,6 @@ namespace {
 
 using FlashTimingTest = LedFixture;
 
-// Cadence and pins are followed by the model-based run; the phase records and the applied
-// setting's text are not.
-TEST_F(FlashTimingTest, EachTickRecordsTheNewPhase) {
-  show(lit("r", 0.5));
-  Ptr<GpioLedStateMachine> machine = this->machine();
-  advanceTo(1.0);
-  EXPECT_EQ(pins(), "0000");
-  EXPECT_EQ(phases(), (Texts{"Led Led1 is now 1", "Led Led1 is now 0"}));
-  Texts const level8 = traces(8);
-  ASSERT_GE(level8.size(), 2u);
-  EXPECT_EQ(level8[0], "handleLedSystemConfig Led1 [red flash 0.5s]Config: ledSystem");
-  EXPECT_EQ(level8[1], "handleClockTimeout for Led1");
-}
-
 // The same colours with an interval are a different setting.
 TEST_F(FlashTimingTest, SteadyRedThenFlashingRedStartsFlashing) {
   show(lit("r"));
@@ -36,15 +20,20 @@ TEST_F(FlashTimingTest, SteadyRedThenFlashingRedStartsFlashing) {
   EXPECT_EQ(machine->clockReactor()->timeMin(), 1.5);
 }
 
-// The line numbers of the machine's records are part of the trace output format; no check of
-// the texts would notice a wrong one.
-TEST_F(FlashTimingTest, EveryKindOfRecordCarriesItsFixedLine) {
+// Cadence and pins are followed by the model-based run; the records, their texts and their line
+// numbers (part of the trace output format) are not.
+TEST_F(FlashTimingTest, EveryKindOfRecordCarriesItsTextAndFixedLine) {
   show(lit("r", 0.5));
   Ptr<GpioLedStateMachine> machine = this->machine();
-  advanceTo(0.5);
+  advanceTo(1.0);
 
   std::set<std::pair<std::string, std::uint32_t>> traced;
-  for (Zel::TraceRecord const& record : sink_.records()) traced.emplace(record.text, record.line);
+  Texts phases;
+  for (Zel::TraceRecord const& record : sink_.records()) {
+    traced.emplace(record.text, record.line);
+    if (record.text.starts_with("Led ")) phases.push_back(record.text);
+  }
+  EXPECT_EQ(phases, (Texts{"Led Led1 is now 1", "Led Led1 is now 0"}));
   std::pair<std::string, std::uint32_t> const expected[] = {
       {"handleInitialized for Led1", 212},
       {"handleHwLedConfig Led1", 224},
@@ -84,16 +73,6 @@ TEST_F(FlashTimingTest, InitialisingAgainRestartsThePhaseAndTheCadence) {
   machine->handleInitialized();
   EXPECT_FALSE(machine->flashingState());
   EXPECT_EQ(machine->clockReactor()->timeMin(), 1.2);
-}
-
-TEST_F(FlashTimingTest, IntervalThatIsNotANumberCountsAsFlashing) {
-  show(lit("g"));
-  Ptr<GpioLedStateMachine> machine = this->machine();
-  show(lit("r", std::numeric_limits<double>::quiet_NaN()));
-  EXPECT_EQ(pins(), "0100");
-  EXPECT_TRUE(std::isnan(machine->clockReactor()->timeMin()));
-  advanceTo(100.0);
-  EXPECT_EQ(pins(), "0100");
 }
 
 TEST_F(FlashTimingTest, FlashingWithoutClockStopsTheProcess) {

@@ -77,14 +77,6 @@ class LedFixture : public testing::Test {
   void advanceTo(double time) { loop_->advance(time - Zel::System::currentTime()); }
 
   Texts traces(int level) const { return sink_.texts("Pinlamp", level); }
-  // The level-8 records of the flash phases ("Led Led1 is now 1").
-  Texts phases() const {
-    Texts out;
-    for (std::string const& text : traces(8)) {
-      if (text.rfind("Led ", 0) == 0) out.push_back(text);
-    }
-    return out;
-  }
 
   Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::CapturingTraceSink sink_;

@@ -55,16 +55,5 @@ TEST_F(PinWriterTest, OnlyPinsWhoseValueDiffersAreWrittenAndTraced) {
   EXPECT_TRUE(traces(6).empty());
 }
 
-TEST_F(PinWriterTest, ColourWithoutPinsOnlyTracesTheEntry) {
-  led_->gpioOrangeDel("O1");
-  writer_->handleCorvelGpioOrange(led_, 1);
-  EXPECT_EQ(traces(9), Texts{"handleCorvelGpioOrange Led1"});
-  EXPECT_TRUE(traces(6).empty());
-}
-
-TEST_F(PinWriterTest, MissingOutputConfigurationStopsTheProcess) {
-  EXPECT_DEATH(writer_->handleCorvelGpioRed(nullptr, 1), "Assertion `led' failed");
-}
-
 }  // namespace
 }  // namespace PinlampTest

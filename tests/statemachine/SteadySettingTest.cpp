@@ -20,10 +20,7 @@ TEST_F(SteadySettingTest, NothingIsAppliedBeforeInitialisation) {
 TEST_F(SteadySettingTest, MachineWithoutLedConfigurationWaitsForOne) {
   show(lit("g"));
   Ptr<GpioLedStateMachine> machine = Pinlamp::GpioLedStateMachineIs(led_, nullptr);
-  EXPECT_TRUE(machine->initialized());
-  EXPECT_EQ(machine->clock(), loop_->clock());
   EXPECT_EQ(machine->clockReactor()->timeMin(), Zel::Clock::kNever);
-  EXPECT_EQ(machine->name(), Zel::Name());
   EXPECT_EQ(pins(), "0000");
 
   // Watching a configuration applies nothing by itself; its next change does.

