@@ -21,8 +21,8 @@
 #include <vector>
 
 #include "bench/support/AgentRig.h"
-#include "platform/statedb/redis/Backend.h"
-#include "platform/statedb/redis/TablePublisher.h"
+#include "platform/redis/Backend.h"
+#include "platform/redis/TablePublisher.h"
 #include "tests/redis/RedisServer.h"
 
 namespace {

@@ -17,7 +17,7 @@
 #include "host/serve/ServiceInputs.h"
 #include "host/serve/ServiceLog.h"
 #include "host/serve/SystemdNotifier.h"
-#include "platform/statedb/redis/PinTableFollower.h"
+#include "platform/redis/PinTableFollower.h"
 #include "platform/zel/ActivityManagerScope.h"
 
 namespace Host {

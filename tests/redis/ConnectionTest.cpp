@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/statedb/redis/Connection.h"
-#include "platform/statedb/redis/ReplyArena.h"
+#include "platform/redis/Connection.h"
+#include "platform/redis/ReplyArena.h"
 #include "platform/zel/ActivityManager.h"
 #include "tests/redis/RedisServer.h"
 

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/statedb/redis/Backend.h"
-#include "platform/statedb/redis/TablePublisher.h"
+#include "platform/redis/Backend.h"
+#include "platform/redis/TablePublisher.h"
 #include "tests/redis/RedisServer.h"
 #include "tests/support/AgentHarness.h"
 

@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <fstream>
 
-#include "platform/statedb/redis/Endpoint.h"
+#include "platform/redis/Endpoint.h"
 #include "tests/redis/RedisAgent.h"
 
 namespace PinlampTest {

@@ -1,4 +1,4 @@
-#include "platform/statedb/redis/Link.h"
+#include "platform/redis/Link.h"
 
 #include <hiredis/hiredis.h>
 #include <unistd.h>

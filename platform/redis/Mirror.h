@@ -19,9 +19,9 @@
 
 #include "platform/model/GpioLedSystemConfigDir.h"
 #include "platform/model/LedSystemConfigDir.h"
-#include "platform/statedb/redis/DirtyKeys.h"
-#include "platform/statedb/redis/Link.h"
-#include "platform/statedb/redis/TableCodec.h"
+#include "platform/redis/DirtyKeys.h"
+#include "platform/redis/Link.h"
+#include "platform/redis/TableCodec.h"
 
 namespace Statedb::Redis {
 

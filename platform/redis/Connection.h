@@ -12,8 +12,8 @@
 #include <string>
 #include <string_view>
 
-#include "platform/statedb/redis/Endpoint.h"
-#include "platform/statedb/redis/ReplyArena.h"
+#include "platform/redis/Endpoint.h"
+#include "platform/redis/ReplyArena.h"
 
 struct redisAsyncContext;
 struct redisReply;

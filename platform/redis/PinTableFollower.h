@@ -13,8 +13,8 @@
 #include <unordered_set>
 #include <vector>
 
-#include "platform/statedb/redis/DirtyKeys.h"
-#include "platform/statedb/redis/Link.h"
+#include "platform/redis/DirtyKeys.h"
+#include "platform/redis/Link.h"
 #include "platform/zel/Dir.h"
 
 namespace Statedb::Redis {

@@ -1,4 +1,4 @@
-#include "platform/statedb/redis/Mirror.h"
+#include "platform/redis/Mirror.h"
 
 #include <hiredis/hiredis.h>
 

@@ -1,4 +1,4 @@
-#include "platform/statedb/redis/Connection.h"
+#include "platform/redis/Connection.h"
 
 #include <hiredis/async.h>
 #include <hiredis/hiredis.h>
@@ -7,7 +7,7 @@
 #include <charconv>
 #include <vector>
 
-#include "platform/statedb/redis/LoopAdapter.h"
+#include "platform/redis/LoopAdapter.h"
 #include "platform/zel/ActivityManager.h"
 
 namespace Statedb::Redis {

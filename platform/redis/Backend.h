@@ -8,9 +8,9 @@
 #include <memory>
 #include <string>
 
-#include "platform/statedb/redis/Link.h"
-#include "platform/statedb/redis/Mirror.h"
-#include "platform/statedb/redis/PinTableWriter.h"
+#include "platform/redis/Link.h"
+#include "platform/redis/Mirror.h"
+#include "platform/redis/PinTableWriter.h"
 
 namespace Statedb::Redis {
 

@@ -1,4 +1,4 @@
-#include "platform/statedb/redis/Endpoint.h"
+#include "platform/redis/Endpoint.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>

@@ -16,8 +16,8 @@
 #include <vector>
 
 #include "platform/model/PinDirectoryFollower.h"
-#include "platform/statedb/redis/DirtyKeys.h"
-#include "platform/statedb/redis/Link.h"
+#include "platform/redis/DirtyKeys.h"
+#include "platform/redis/Link.h"
 #include "platform/zel/Dir.h"
 
 namespace Statedb::Redis {

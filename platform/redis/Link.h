@@ -15,9 +15,9 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/statedb/redis/Connection.h"
-#include "platform/statedb/redis/Endpoint.h"
-#include "platform/statedb/redis/LoopTimer.h"
+#include "platform/redis/Connection.h"
+#include "platform/redis/Endpoint.h"
+#include "platform/redis/LoopTimer.h"
 
 namespace Statedb::Redis {
 

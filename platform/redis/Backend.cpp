@@ -1,4 +1,4 @@
-#include "platform/statedb/redis/Backend.h"
+#include "platform/redis/Backend.h"
 
 #include <hiredis/hiredis.h>
 

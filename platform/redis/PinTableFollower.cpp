@@ -1,10 +1,10 @@
-#include "platform/statedb/redis/PinTableFollower.h"
+#include "platform/redis/PinTableFollower.h"
 
 #include <hiredis/hiredis.h>
 
 #include "platform/model/CorvelPinConfig.h"
-#include "platform/statedb/redis/Mirror.h"
-#include "platform/statedb/redis/TableCodec.h"
+#include "platform/redis/Mirror.h"
+#include "platform/redis/TableCodec.h"
 
 namespace Statedb::Redis {
 

@@ -1,12 +1,12 @@
-#include "platform/statedb/redis/TablePublisher.h"
+#include "platform/redis/TablePublisher.h"
 
 #include <hiredis/hiredis.h>
 
 #include <memory>
 #include <stdexcept>
 
-#include "platform/statedb/redis/Connection.h"
-#include "platform/statedb/redis/Mirror.h"
+#include "platform/redis/Connection.h"
+#include "platform/redis/Mirror.h"
 
 namespace Statedb::Redis {
 

@@ -1,11 +1,11 @@
-#include "platform/statedb/redis/PinTableWriter.h"
+#include "platform/redis/PinTableWriter.h"
 
 #include <hiredis/hiredis.h>
 
 #include <charconv>
 
 #include "platform/model/CorvelPinConfig.h"
-#include "platform/statedb/redis/TableCodec.h"
+#include "platform/redis/TableCodec.h"
 
 namespace Statedb::Redis {
 
