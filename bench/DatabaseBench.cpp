@@ -58,7 +58,7 @@ struct Scene {
     }
     publisher->pipelined(batch);
     backend = std::make_unique<Backend>(rig.loop(), endpoint, LinkSettings{}, rig.mappingDir(),
-                                        rig.ledDir(), rig.pinDir(), [](std::string const&) {});
+                                        rig.ledDir(), rig.pinDir(), [](LogRecord const&) {});
   }
   ~Scene() { backend.reset(); }
 

@@ -36,7 +36,7 @@ class DriveRun {
         map_(std::move(map)),
         pins_(Zel::Dir::dirIs("pins")),
         follower_(*loop_, std::move(endpoint), {}, *pins_,
-                  [this](std::string const& line) { log_.database(line); }) {}
+                  [this](Statedb::Redis::LogRecord const& record) { log_.database(record); }) {}
 
   ~DriveRun() {
     http_.reset();

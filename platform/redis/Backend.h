@@ -15,14 +15,13 @@
 namespace Statedb::Redis {
 
 struct BackendOptions {
-  std::string url;
-  bool allowInsecure = false;
+  ServerAddress server;
   LinkSettings link;
 };
 
 class Backend final : private Link::Listener {
  public:
-  // Null with `error` set when the URL is bad or refused.
+  // Null with `error` set when the address is bad or refused (see endpointFor).
   static std::unique_ptr<Backend> backendIs(Zel::ActivityManager& loop,
                                             BackendOptions const& options,
                                             Hardware::Gpio::GpioLedSystemConfigDir& mappings,

@@ -157,6 +157,15 @@ std::string refusalOf(Endpoint const& endpoint, bool allowInsecure) {
          "--db-allow-insecure";
 }
 
+std::optional<Endpoint> endpointFor(ServerAddress const& address, std::string& error) {
+  auto endpoint = endpointOf(address.url, error);
+  if (!endpoint) return std::nullopt;
+  if (!address.passwordFile.empty()) endpoint->passwordFile = address.passwordFile;
+  error = refusalOf(*endpoint, address.allowInsecure);
+  if (!error.empty()) return std::nullopt;
+  return endpoint;
+}
+
 std::optional<std::string> passwordFrom(std::string const& path, std::string& error) {
   std::ifstream in(path);
   std::string line;

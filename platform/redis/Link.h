@@ -17,11 +17,10 @@
 
 #include "platform/redis/Connection.h"
 #include "platform/redis/Endpoint.h"
+#include "platform/redis/LogRecord.h"
 #include "platform/redis/LoopTimer.h"
 
 namespace Statedb::Redis {
-
-using Log = std::function<void(std::string const& line)>;
 
 struct LinkSettings {
   double keepalive = 5.0;   // seconds between PINGs while idle
@@ -57,7 +56,7 @@ class Link {
   Endpoint const& endpoint() const noexcept { return endpoint_; }
 
   // Queues a command on the command connection; false while the link is down.
-  bool command(std::initializer_list<std::string_view> args, Connection::Reply reply);
+  bool command(std::initializer_list<std::string_view> args, Connection::ReplyHandler reply);
   bool command(std::initializer_list<std::string_view> args, Connection::Receiver& receiver);
   // Queues a write whose answer only matters when it is an error: a server that cannot serve
   // yet takes the link down (see commandFailed), any other refusal is logged once a connection.
@@ -65,7 +64,7 @@ class Link {
   // A command of a table's whole read, or a read the server would answer in other times, was
   // answered with `reply`, an error: the link is taken down and comes up again once the server
   // serves, so that its listener starts over rather than take a failed read for an empty table.
-  void commandFailed(redisReply const& reply);
+  void commandFailed(Reply reply);
   // The listener's whole read of its tables went through: a refusal before it is over.
   void wholeReadDone();
   // Calls `done` once every keyspace notification that the server sent before now has been
@@ -79,7 +78,7 @@ class Link {
   class WriteCheck final : public Connection::Receiver {
    public:
     explicit WriteCheck(Link& link) : link_(link) {}
-    void onReply(redisReply const& reply) override;
+    void onReply(Reply reply) override;
 
    private:
     Link& link_;
@@ -89,13 +88,14 @@ class Link {
   void fail(std::string const& reason);
   void retry();
   void handshakePing();
-  void handshakeAnswered(redisReply const& reply);
+  void handshakeAnswered(Reply reply);
   void handshakeDone();
   void notServing(std::string const& reason);
   void subscriptionConfirmed();
   void maybeUp();
   void checkNotifyFlags();
-  void onMessage(redisReply const& reply);
+  void onMessage(Reply reply);
+  void say(Severity severity, std::string text) { log_({severity, {}, std::move(text)}); }
   void keepalive();
   void sendProbe(std::uint64_t token);
 
