@@ -26,9 +26,9 @@ std::optional<Endpoint> endpointFor(DatabaseOptions const& options, std::string&
 std::unique_ptr<ServerDatabase> ServerDatabase::serverDatabaseIs(DatabaseOptions const& options,
                                                                  Session& session, Log log,
                                                                  std::string& error) {
-  auto backend = Backend::backendIs(session.loop(), {addressOf(options), settingsFor(session)},
-                                   session.mappings(), session.leds(), session.pins(),
-                                   std::move(log), error);
+  auto backend =
+      Backend::backendIs(session.loop(), {addressOf(options), settingsFor(session)},
+                         session.mappings(), session.leds(), session.pins(), std::move(log), error);
   if (!backend) return nullptr;
   return std::unique_ptr<ServerDatabase>(new ServerDatabase(std::move(backend)));
 }

@@ -13,10 +13,9 @@
 namespace Statedb::Redis {
 
 Connection::Connection(Zel::ActivityManager& loop, Closed onClosed)
-    : loop_(loop), onClosed_(std::move(onClosed)), self_(std::make_shared<Connection*>(this)) {}
+    : loop_(loop), onClosed_(std::move(onClosed)) {}
 
 Connection::~Connection() {
-  *self_ = nullptr;
   close();
 }
 
@@ -167,10 +166,8 @@ void Connection::onDisconnect(redisAsyncContext const* context, int) {
 
 void Connection::reportClosed(std::string const& reason) {
   // Reported from the loop: the client library may still be unwinding the context.
-  std::weak_ptr<Connection*> weak = self_;
-  loop_.taskIs([weak, reason] {
-    auto alive = weak.lock();
-    if (alive && *alive && (*alive)->onClosed_) (*alive)->onClosed_(reason);
+  loop_.taskIs([weak = weak_.weakPtr(), reason] {
+    if (Connection* self = weak.get(); self && self->onClosed_) self->onClosed_(reason);
   });
 }
 

@@ -15,6 +15,7 @@
 #include "platform/redis/Endpoint.h"
 #include "platform/redis/Reply.h"
 #include "platform/redis/ReplyArena.h"
+#include "platform/zel/WeakPtr.h"
 
 struct redisAsyncContext;
 
@@ -83,8 +84,8 @@ class Connection {
   ReplyArena replies_;
   // The wire form of the command being queued; kept to reuse its capacity.
   std::string wire_;
-  // Tells deferred reports whether this connection still exists.
-  std::shared_ptr<Connection*> self_;
+  // Last: a deferred report finds out whether this connection still exists.
+  Zel::WeakPtrFactory<Connection> weak_{this};
 };
 
 // Makes writes to a closed socket fail rather than end the process; idempotent.

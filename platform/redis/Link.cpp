@@ -54,10 +54,6 @@ Link::Link(Zel::ActivityManager& loop, Endpoint endpoint, std::vector<std::strin
   backoff_ = settings_.backoffMin;
 }
 
-Link::~Link() {
-  *alive_ = false;
-}
-
 void Link::start() {
   if (state_ == State::idle) connect();
 }
@@ -77,7 +73,7 @@ void Link::connect() {
       !subscriber_.open(endpoint_, secret, false, error)) {
     return fail(error);
   }
-  timeoutTimer_.armIn(settings_.timeout);
+  timeoutTimer_.startIn(settings_.timeout);
   checkNotifyFlags();
   // The handshake ends with the answer to this question, behind AUTH, SELECT and the flag check.
   handshakePing();
@@ -101,17 +97,17 @@ void Link::checkNotifyFlags() {
     std::string const missing = missingNotifyFlags(have);
     if (missing.empty()) return;
     std::string const wanted = have + missing;
-    commands_.command({"CONFIG", "SET", "notify-keyspace-events", wanted},
-                      [this, have, wanted](Reply set) {
-                        // Without them the agent would not see the tables change.
-                        if (set.isError()) {
-                          say(Severity::error, "statedb: cannot set notify-keyspace-events to \"" +
-                                                   wanted + "\": " + std::string(set.text()));
-                        } else {
-                          say(Severity::notice, "statedb: notify-keyspace-events was \"" + have +
-                                                    "\", set to \"" + wanted + "\"");
-                        }
-                      });
+    commands_.command(
+        {"CONFIG", "SET", "notify-keyspace-events", wanted}, [this, have, wanted](Reply set) {
+          // Without them the agent would not see the tables change.
+          if (set.isError()) {
+            say(Severity::error, "statedb: cannot set notify-keyspace-events to \"" + wanted +
+                                     "\": " + std::string(set.text()));
+          } else {
+            say(Severity::notice,
+                "statedb: notify-keyspace-events was \"" + have + "\", set to \"" + wanted + "\"");
+          }
+        });
   });
 }
 
@@ -128,8 +124,8 @@ void Link::handshakeAnswered(Reply reply) {
   if (!reply.isNotServingYet()) return handshakeDone();
   // Answering, so not hung: the time-out starts again with each question.
   notServing(std::string(reply.text()));
-  timeoutTimer_.armIn(settings_.timeout);
-  servingTimer_.armIn(kServingPoll);
+  timeoutTimer_.startIn(settings_.timeout);
+  servingTimer_.startIn(kServingPoll);
 }
 
 void Link::notServing(std::string const& reason) {
@@ -153,7 +149,7 @@ void Link::subscriptionConfirmed() {
 void Link::maybeUp() {
   if (state_ != State::connecting || !handshakeDone_ || confirmationsOwed_ != 0) return;
   state_ = State::up;
-  timeoutTimer_.disarm();
+  timeoutTimer_.stop();
   if (!refused_) backoff_ = settings_.backoffMin;
   if (!everUp_) {
     say(Severity::info, "statedb: connected to " + endpoint_.describe());
@@ -165,7 +161,7 @@ void Link::maybeUp() {
   lossLogged_ = false;
   notServingLogged_ = false;
   writeErrorLogged_ = false;
-  keepaliveTimer_.armIn(settings_.keepalive);
+  keepaliveTimer_.startIn(settings_.keepalive);
   if (listener_) listener_->onLinkUp();
   for (auto const& [token, done] : probes_) sendProbe(token);
 }
@@ -176,9 +172,9 @@ void Link::fail(std::string const& reason) {
   state_ = State::down;
   commands_.close();
   subscriber_.close();
-  timeoutTimer_.disarm();
-  keepaliveTimer_.disarm();
-  servingTimer_.disarm();
+  timeoutTimer_.stop();
+  keepaliveTimer_.stop();
+  servingTimer_.stop();
   if (!lossLogged_ && !refused_) {
     downSince_ = loop_.currentTime();
     say(Severity::warning, std::string("statedb: ") + (everUp_ ? "lost " : "cannot reach ") +
@@ -187,7 +183,7 @@ void Link::fail(std::string const& reason) {
     lossLogged_ = true;
   }
   if (wasUp && listener_) listener_->onLinkDown();
-  retryTimer_.armIn(backoff_);
+  retryTimer_.startIn(backoff_);
   backoff_ = std::min(backoff_ * 2.0, settings_.backoffMax);
 }
 
@@ -219,22 +215,25 @@ void Link::commandFailed(Reply reply) {
   bool const later = reply.isNotServingYet();
   // From the loop, not from inside the reply being handled: the listener starts over, and the
   // replies behind this one are dropped with the connection.
-  loop_.taskIs([this, alive = std::weak_ptr<bool>(alive_), reason, later] {
-    auto const live = alive.lock();
-    if (!live || !*live || state_ != State::up) return;
-    if (later) {
-      notServing(reason);
-    } else {
-      // Refused, as an ACL without the right to scan would: retried with a growing back-off
-      // and said once, until a whole read goes through.
-      if (!refused_) {
-        say(Severity::warning, "statedb: " + endpoint_.describe() +
-                                   " refused a read of the tables (" + reason + "); retrying");
-      }
-      refused_ = true;
-    }
-    fail(reason);
+  loop_.taskIs([weak = weak_.weakPtr(), reason, later] {
+    if (Link* self = weak.get()) self->takenDown(reason, later);
   });
+}
+
+void Link::takenDown(std::string const& reason, bool later) {
+  if (state_ != State::up) return;
+  if (later) {
+    notServing(reason);
+  } else {
+    // Refused, as an ACL without the right to scan would: retried with a growing back-off and
+    // said once, until a whole read goes through.
+    if (!refused_) {
+      say(Severity::warning, "statedb: " + endpoint_.describe() +
+                                 " refused a read of the tables (" + reason + "); retrying");
+    }
+    refused_ = true;
+  }
+  fail(reason);
 }
 
 void Link::wholeReadDone() {
@@ -261,7 +260,8 @@ void Link::onMessage(Reply reply) {
   if (kind == "psubscribe" || kind == "subscribe") return subscriptionConfirmed();
   std::string_view const name = reply[size - 2].text();
   if (kind == "pmessage" && name.starts_with(keyspacePrefix_)) {
-    if (listener_) listener_->onKeyTouched(name.substr(keyspacePrefix_.size()), reply[size - 1].text());
+    if (listener_)
+      listener_->onKeyTouched(name.substr(keyspacePrefix_.size()), reply[size - 1].text());
   } else if (kind == "message" && name == probeChannel_) {
     std::string_view const payload = reply[2].text();
     std::uint64_t token = 0;
@@ -277,11 +277,11 @@ void Link::onMessage(Reply reply) {
 
 void Link::keepalive() {
   if (state_ != State::up) return;
-  timeoutTimer_.armIn(settings_.timeout);
+  timeoutTimer_.startIn(settings_.timeout);
   commands_.command({"PING"}, [this](Reply reply) {
-    timeoutTimer_.disarm();
+    timeoutTimer_.stop();
     if (reply.isNotServingYet()) return commandFailed(reply);
-    keepaliveTimer_.armIn(settings_.keepalive);
+    keepaliveTimer_.startIn(settings_.keepalive);
   });
 }
 

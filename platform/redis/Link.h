@@ -18,7 +18,8 @@
 #include "platform/redis/Connection.h"
 #include "platform/redis/Endpoint.h"
 #include "platform/redis/LogRecord.h"
-#include "platform/redis/LoopTimer.h"
+#include "platform/zel/Timer.h"
+#include "platform/zel/WeakPtr.h"
 
 namespace Statedb::Redis {
 
@@ -46,7 +47,6 @@ class Link {
   // `tables` are the key prefixes whose keyspace notifications are followed.
   Link(Zel::ActivityManager& loop, Endpoint endpoint, std::vector<std::string> tables,
        LinkSettings settings, Log log);
-  ~Link();
   Link(Link const&) = delete;
   Link& operator=(Link const&) = delete;
 
@@ -91,6 +91,7 @@ class Link {
   void handshakeAnswered(Reply reply);
   void handshakeDone();
   void notServing(std::string const& reason);
+  void takenDown(std::string const& reason, bool later);
   void subscriptionConfirmed();
   void maybeUp();
   void checkNotifyFlags();
@@ -107,10 +108,10 @@ class Link {
   Listener* listener_ = nullptr;
   Connection commands_;
   Connection subscriber_;
-  LoopTimer retryTimer_;
-  LoopTimer keepaliveTimer_;
-  LoopTimer timeoutTimer_;
-  LoopTimer servingTimer_;  // the next question to a server that does not serve yet
+  Zel::Timer retryTimer_;
+  Zel::Timer keepaliveTimer_;
+  Zel::Timer timeoutTimer_;
+  Zel::Timer servingTimer_;  // the next question to a server that does not serve yet
   WriteCheck writeCheck_{*this};
   State state_ = State::idle;
   bool handshakeDone_ = false;
@@ -120,14 +121,14 @@ class Link {
   bool notServingLogged_ = false;
   bool refused_ = false;  // the last time up ended in a refused read
   bool writeErrorLogged_ = false;
-  // Tells a deferred take-down whether this link still exists.
-  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   double backoff_ = 0.0;
   double downSince_ = 0.0;
   std::string keyspacePrefix_;
   std::string probeChannel_;
   std::uint64_t nextProbe_ = 1;
   std::deque<std::pair<std::uint64_t, std::function<void()>>> probes_;
+  // Last: a deferred take-down finds out whether this link still exists.
+  Zel::WeakPtrFactory<Link> weak_{this};
 };
 
 }  // namespace Statedb::Redis

@@ -24,8 +24,10 @@ Mirror::Mirror(Zel::ActivityManager& loop, Link& link,
       mappings_(mappings),
       leds_(leds),
       log_(std::move(log)),
-      ledScan_(link, kLedTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
-      mappingScan_(link, kMappingTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
+      ledScan_(
+          link, kLedTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
+      mappingScan_(
+          link, kMappingTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
       quietWaiters_(loop) {}
 
 void Mirror::keyTouched(std::string_view key, std::string_view event) {
@@ -90,7 +92,8 @@ void Mirror::onHash(std::string const& key, Reply reply) {
   } else if (again) {
     keyTouched(key);
   } else if (reply.isError()) {
-    log_({Severity::warning, key, "statedb: cannot read " + key + ": " + std::string(reply.text())});
+    log_(
+        {Severity::warning, key, "statedb: cannot read " + key + ": " + std::string(reply.text())});
   } else {
     KeyName const parts = *keyNameOf(key).value;
     Zel::Name const name(parts.name.data(), parts.name.size());

@@ -26,7 +26,8 @@ PinTableFollower::PinTableFollower(Zel::ActivityManager& loop, Endpoint endpoint
       link_(loop, std::move(endpoint), {kPinTable}, settings, log),
       pins_(&pins),
       log_(std::move(log)),
-      scan_(link_, kPinTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
+      scan_(
+          link_, kPinTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
       quietWaiters_(loop) {
   link_.listenerIs(this);
 }
@@ -88,8 +89,7 @@ void PinTableFollower::read(std::string const& key) {
   });
 }
 
-void PinTableFollower::apply(std::string const& key, std::string const& name,
-                             Reply reply) {
+void PinTableFollower::apply(std::string const& key, std::string const& name, Reply reply) {
   // A server that does not serve yet is one condition of the link, not one line per pin.
   if (reply.isNotServingYet()) return link_.commandFailed(reply);
   if (reply.isError()) {

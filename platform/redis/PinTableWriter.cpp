@@ -12,7 +12,8 @@ PinTableWriter::PinTableWriter(Zel::ActivityManager& loop, Link& link, Zel::Dir&
       link_(link),
       pins_(&pins),
       log_(std::move(log)),
-      scan_(link, kPinTable, [this](Reply keys) { scanned(keys); }, [this] { syncStep(); }),
+      scan_(
+          link, kPinTable, [this](Reply keys) { scanned(keys); }, [this] { syncStep(); }),
       rewriteWaiters_(loop),
       follower_(pins, *this) {}
 

@@ -28,7 +28,7 @@ RedisAgent::RedisAgent(RedisServer& server, std::string url, LinkSettings settin
     : harness(unstarted()) {
   if (url.empty()) url = server.url();
   std::string error;
-  BackendOptions options{{.url = url}, settings};
+  BackendOptions options{{url, "", false}, settings};
   backend = Backend::backendIs(
       loop(), options, *harness.mappingDir(), *harness.ledDir(), *harness.pinDir(),
       [this](LogRecord const& record) { log.push_back(record); }, error);
