@@ -21,8 +21,8 @@
 #include <vector>
 
 #include "bench/support/AgentRig.h"
-#include "platform/statedb/redis/Backend.h"
-#include "platform/statedb/redis/TablePublisher.h"
+#include "platform/redis/Backend.h"
+#include "platform/redis/TablePublisher.h"
 #include "tests/redis/RedisServer.h"
 
 namespace {
@@ -58,7 +58,7 @@ struct Scene {
     }
     publisher->pipelined(batch);
     backend = std::make_unique<Backend>(rig.loop(), endpoint, LinkSettings{}, rig.mappingDir(),
-                                        rig.ledDir(), rig.pinDir(), [](std::string const&) {});
+                                        rig.ledDir(), rig.pinDir(), [](LogRecord const&) {});
   }
   ~Scene() { backend.reset(); }
 

@@ -13,25 +13,23 @@ LinkSettings settingsFor(Session const& session) {
   return settings;
 }
 
+ServerAddress addressOf(DatabaseOptions const& options) {
+  return {options.url, options.passwordFile, options.allowInsecure};
+}
+
 }  // namespace
 
 std::optional<Endpoint> endpointFor(DatabaseOptions const& options, std::string& error) {
-  auto endpoint = endpointOf(options.url, error);
-  if (!endpoint) return std::nullopt;
-  if (!options.passwordFile.empty()) endpoint->passwordFile = options.passwordFile;
-  error = refusalOf(*endpoint, options.allowInsecure);
-  if (!error.empty()) return std::nullopt;
-  return endpoint;
+  return Statedb::Redis::endpointFor(addressOf(options), error);
 }
 
 std::unique_ptr<ServerDatabase> ServerDatabase::serverDatabaseIs(DatabaseOptions const& options,
                                                                  Session& session, Log log,
                                                                  std::string& error) {
-  auto endpoint = endpointFor(options, error);
-  if (!endpoint) return nullptr;
   auto backend =
-      std::make_unique<Backend>(session.loop(), *endpoint, settingsFor(session), session.mappings(),
-                                session.leds(), session.pins(), std::move(log));
+      Backend::backendIs(session.loop(), {addressOf(options), settingsFor(session)},
+                         session.mappings(), session.leds(), session.pins(), std::move(log), error);
+  if (!backend) return nullptr;
   return std::unique_ptr<ServerDatabase>(new ServerDatabase(std::move(backend)));
 }
 

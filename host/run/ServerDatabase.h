@@ -10,7 +10,7 @@
 
 #include "host/run/Options.h"
 #include "host/run/Session.h"
-#include "platform/statedb/redis/Backend.h"
+#include "platform/redis/Backend.h"
 
 namespace Host {
 

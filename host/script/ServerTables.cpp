@@ -20,9 +20,9 @@ std::unique_ptr<ServerTables> ServerTables::serverTablesIs(DatabaseOptions const
                                                            Session& session, std::string& error) {
   auto database = ServerDatabase::serverDatabaseIs(
       options, session,
-      [live = session.isLive()](std::string const& line) {
-        // A check connects once per script; saying so every time is noise.
-        if (live || line.find(" connected to ") == std::string::npos) std::cerr << line << '\n';
+      [live = session.isLive()](LogRecord const& record) {
+        // A check connects once per script: routine progress every time is noise.
+        if (live || record.severity != Severity::info) std::cerr << record.text << '\n';
       },
       error);
   if (!database) return nullptr;

@@ -12,7 +12,7 @@
 #include "host/run/ServerDatabase.h"
 #include "host/run/Session.h"
 #include "host/script/Command.h"
-#include "platform/statedb/redis/TablePublisher.h"
+#include "platform/redis/TablePublisher.h"
 
 namespace Host {
 

@@ -17,7 +17,7 @@
 #include "host/serve/ServiceInputs.h"
 #include "host/serve/ServiceLog.h"
 #include "host/serve/SystemdNotifier.h"
-#include "platform/statedb/redis/PinTableFollower.h"
+#include "platform/redis/PinTableFollower.h"
 #include "platform/zel/ActivityManagerScope.h"
 
 namespace Host {
@@ -36,7 +36,7 @@ class DriveRun {
         map_(std::move(map)),
         pins_(Zel::Dir::dirIs("pins")),
         follower_(*loop_, std::move(endpoint), {}, *pins_,
-                  [this](std::string const& line) { log_.database(line); }) {}
+                  [this](Statedb::Redis::LogRecord const& record) { log_.database(record); }) {}
 
   ~DriveRun() {
     http_.reset();

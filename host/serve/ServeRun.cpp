@@ -176,8 +176,8 @@ class ServeRun {
     if (options_.database.url.empty()) return true;
     std::string error;
     database_ = ServerDatabase::serverDatabaseIs(
-        options_.database, *session_, [this](std::string const& line) { log_.database(line); },
-        error);
+        options_.database, *session_,
+        [this](Statedb::Redis::LogRecord const& record) { log_.database(record); }, error);
     if (!database_) {
       log_.error("database: " + error);
       startFailure_ = kExitWrongInput;

@@ -11,7 +11,7 @@
 #include "host/drive/PinMap.h"
 #include "host/run/Options.h"
 #include "host/serve/ServiceLog.h"
-#include "platform/statedb/redis/Endpoint.h"
+#include "platform/redis/Endpoint.h"
 
 namespace Host {
 

@@ -56,10 +56,18 @@ void ServiceLog::line(LogPriority priority, std::string const& text) {
   out_ << "warden: " << text << std::endl;
 }
 
-void ServiceLog::database(std::string const& text) {
-  bool const trouble =
-      text.find(": lost ") != std::string::npos || text.find(": cannot ") != std::string::npos;
-  line(trouble ? LogPriority::warning : LogPriority::notice, text);
+void ServiceLog::database(Statedb::Redis::LogRecord const& record) {
+  using Statedb::Redis::Severity;
+  switch (record.severity) {
+    case Severity::error:
+      return line(LogPriority::error, record.text);
+    case Severity::warning:
+      return line(LogPriority::warning, record.text);
+    case Severity::notice:
+      return line(LogPriority::notice, record.text);
+    case Severity::info:
+      return line(LogPriority::info, record.text);
+  }
 }
 
 }  // namespace Host

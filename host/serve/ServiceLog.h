@@ -8,6 +8,8 @@
 #include <streambuf>
 #include <string>
 
+#include "platform/redis/LogRecord.h"
+
 namespace Host {
 
 // The syslog priorities that warden uses.
@@ -41,8 +43,8 @@ class ServiceLog {
   void warning(std::string const& text) { line(LogPriority::warning, text); }
   void notice(std::string const& text) { line(LogPriority::notice, text); }
   void info(std::string const& text) { line(LogPriority::info, text); }
-  // A line of the database backend: a loss or a failure is a warning, the rest notices.
-  void database(std::string const& text);
+  // A line of the database backend, at the priority of its severity.
+  void database(Statedb::Redis::LogRecord const& record);
   // The stream for trace records: debug lines.
   std::ostream& traceStream() noexcept { return traceStream_; }
 

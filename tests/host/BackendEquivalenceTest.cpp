@@ -30,7 +30,7 @@
 #include "host/run/RunSetup.h"
 #include "host/script/Executor.h"
 #include "host/script/StatusReport.h"
-#include "platform/statedb/redis/TablePublisher.h"
+#include "platform/redis/TablePublisher.h"
 #include "tests/redis/RedisServer.h"
 
 namespace Host {

@@ -19,7 +19,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/statedb/redis/TablePublisher.h"
+#include "platform/redis/TablePublisher.h"
 #include "tests/redis/RedisServer.h"
 
 namespace Host {

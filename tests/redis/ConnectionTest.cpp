@@ -6,8 +6,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/statedb/redis/Connection.h"
-#include "platform/statedb/redis/ReplyArena.h"
+#include "platform/redis/Connection.h"
+#include "platform/redis/ReplyArena.h"
 #include "platform/zel/ActivityManager.h"
 #include "tests/redis/RedisServer.h"
 
@@ -40,17 +40,14 @@ TEST(ReplyArenaTest, NestedRepliesKeepTheirShapeAndTheSpaceIsReused) {
   for (int round = 0; round < 3; ++round) {
     redisReply* reply = decoder.next(wire);
     ASSERT_NE(reply, nullptr);
-    ASSERT_EQ(reply->type, REDIS_REPLY_ARRAY);
-    ASSERT_EQ(reply->elements, 4u);
-    EXPECT_EQ(std::string(reply->element[0]->str, reply->element[0]->len), "key");
+    Reply const answer(*reply);
+    ASSERT_EQ(answer.size(), 4u);
+    EXPECT_EQ(answer[0].text(), "key");
     EXPECT_EQ(reply->element[0]->str[3], '\0');
-    redisReply const& inner = *reply->element[1];
-    ASSERT_EQ(inner.elements, 2u);
-    EXPECT_EQ(inner.element[0]->type, REDIS_REPLY_INTEGER);
-    EXPECT_EQ(inner.element[0]->integer, 42);
-    EXPECT_EQ(inner.element[1]->type, REDIS_REPLY_NIL);
-    EXPECT_EQ(reply->element[2]->elements, 0u);
-    EXPECT_EQ(std::string(reply->element[3]->str, reply->element[3]->len), big);
+    EXPECT_EQ(answer[1].printed(), "42 (nil)");
+    EXPECT_TRUE(answer[2].isArray());
+    EXPECT_EQ(answer[2].size(), 0u);
+    EXPECT_EQ(answer[3].text(), big);
     decoder.done(reply);
   }
   // A reply of many parts spans blocks; handing it back keeps them for the next.
@@ -59,8 +56,8 @@ TEST(ReplyArenaTest, NestedRepliesKeepTheirShapeAndTheSpaceIsReused) {
   for (int round = 0; round < 2; ++round) {
     redisReply* reply = decoder.next(many);
     ASSERT_NE(reply, nullptr);
-    ASSERT_EQ(reply->elements, 5000u);
-    EXPECT_EQ(std::string(reply->element[4999]->str, reply->element[4999]->len), "GPIO|9");
+    ASSERT_EQ(Reply(*reply).size(), 5000u);
+    EXPECT_EQ(Reply(*reply)[4999].text(), "GPIO|9");
     decoder.done(reply);
   }
   std::size_t const blocks = decoder.arena.blockCount();
@@ -79,7 +76,7 @@ TEST(ConnectionTest, CommandQueuedInATurnIsAnsweredWithinOneWaitOfTheLoop) {
   std::string error;
   ASSERT_TRUE(connection.open(endpoint, nullptr, false, error)) << error;
   std::vector<std::string> answers;
-  auto record = [&answers](redisReply const& reply) { answers.push_back(replyText(reply)); };
+  auto record = [&answers](Reply reply) { answers.emplace_back(reply.text()); };
   connection.command({"PING"}, record);
   for (int wait = 0; wait < 500 && answers.empty(); ++wait) loop.pollIo(0.01);
   ASSERT_EQ(answers.size(), 1u);

@@ -11,7 +11,7 @@
 #include <memory>
 #include <sstream>
 
-#include "platform/statedb/redis/TablePublisher.h"
+#include "platform/redis/TablePublisher.h"
 #include "tests/redis/RedisServer.h"
 #include "tests/redis/ServerMonitor.h"
 #include "tests/redis/ValuesWatch.h"

@@ -28,10 +28,10 @@ RedisAgent::RedisAgent(RedisServer& server, std::string url, LinkSettings settin
     : harness(unstarted()) {
   if (url.empty()) url = server.url();
   std::string error;
-  BackendOptions options{url, false, settings};
+  BackendOptions options{{url, "", false}, settings};
   backend = Backend::backendIs(
       loop(), options, *harness.mappingDir(), *harness.ledDir(), *harness.pinDir(),
-      [this](std::string const& line) { log.push_back(line); }, error);
+      [this](LogRecord const& record) { log.push_back(record); }, error);
   if (!backend) throw std::runtime_error(error);
   auto endpoint = endpointOf(server.url(), error);
   publisher_ = TablePublisher::publisherIs(*endpoint, error);
@@ -87,6 +87,12 @@ std::map<std::string, std::string> RedisAgent::tablePins() {
     pins[key.substr(key.find('|') + 1)] = publisher_->command({"HGET", key, kPinValueField});
   }
   return pins;
+}
+
+std::size_t RedisAgent::logged(Severity severity, std::string_view subject) const {
+  return std::count_if(log.begin(), log.end(), [&](LogRecord const& record) {
+    return record.severity == severity && (subject.empty() || record.subject == subject);
+  });
 }
 
 }  // namespace PinlampTest

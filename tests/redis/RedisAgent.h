@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/statedb/redis/Backend.h"
-#include "platform/statedb/redis/TablePublisher.h"
+#include "platform/redis/Backend.h"
+#include "platform/redis/TablePublisher.h"
 #include "tests/redis/RedisServer.h"
 #include "tests/support/AgentHarness.h"
 
@@ -52,7 +52,9 @@ class RedisAgent {
 
   AgentHarness harness;
   std::unique_ptr<Statedb::Redis::Backend> backend;
-  std::vector<std::string> log;
+  std::vector<Statedb::Redis::LogRecord> log;
+  // How many lines of the log have `severity` (and, when given, are about `subject`).
+  std::size_t logged(Statedb::Redis::Severity severity, std::string_view subject = {}) const;
 
  private:
   std::unique_ptr<Statedb::Redis::TablePublisher> publisher_;

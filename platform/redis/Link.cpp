@@ -1,6 +1,5 @@
-#include "platform/statedb/redis/Link.h"
+#include "platform/redis/Link.h"
 
-#include <hiredis/hiredis.h>
 #include <unistd.h>
 
 #include <charconv>
@@ -51,12 +50,8 @@ Link::Link(Zel::ActivityManager& loop, Endpoint endpoint, std::vector<std::strin
       keyspacePrefix_("__keyspace@" + std::to_string(endpoint_.db) + "__:") {
   static std::uint64_t linkCount = 0;
   probeChannel_ = "pinlamp:probe:" + std::to_string(::getpid()) + ":" + std::to_string(++linkCount);
-  subscriber_.messageHandlerIs([this](redisReply const& reply) { onMessage(reply); });
+  subscriber_.messageHandlerIs([this](Reply reply) { onMessage(reply); });
   backoff_ = settings_.backoffMin;
-}
-
-Link::~Link() {
-  *alive_ = false;
 }
 
 void Link::start() {
@@ -78,7 +73,7 @@ void Link::connect() {
       !subscriber_.open(endpoint_, secret, false, error)) {
     return fail(error);
   }
-  timeoutTimer_.armIn(settings_.timeout);
+  timeoutTimer_.startIn(settings_.timeout);
   checkNotifyFlags();
   // The handshake ends with the answer to this question, behind AUTH, SELECT and the flag check.
   handshakePing();
@@ -89,25 +84,30 @@ void Link::connect() {
 }
 
 void Link::checkNotifyFlags() {
-  commands_.command({"CONFIG", "GET", "notify-keyspace-events"}, [this](redisReply const& reply) {
-    if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
+  commands_.command({"CONFIG", "GET", "notify-keyspace-events"}, [this](Reply reply) {
+    if (reply.size() != 2) {
       if (!everUp_) {
-        log_("statedb: cannot read notify-keyspace-events (" + replyText(reply) +
-             "); the server must have at least \"Kghx\" set");
+        say(Severity::warning, "statedb: cannot read notify-keyspace-events (" +
+                                   std::string(reply.text()) +
+                                   "); the server must have at least \"Kghx\" set");
       }
       return;
     }
-    std::string const have = replyText(*reply.element[1]);
+    std::string const have(reply[1].text());
     std::string const missing = missingNotifyFlags(have);
     if (missing.empty()) return;
     std::string const wanted = have + missing;
-    commands_.command({"CONFIG", "SET", "notify-keyspace-events", wanted},
-                      [this, have, wanted](redisReply const& set) {
-                        log_(isError(set) ? "statedb: cannot set notify-keyspace-events to \"" +
-                                                wanted + "\": " + replyText(set)
-                                          : "statedb: notify-keyspace-events was \"" + have +
-                                                "\", set to \"" + wanted + "\"");
-                      });
+    commands_.command(
+        {"CONFIG", "SET", "notify-keyspace-events", wanted}, [this, have, wanted](Reply set) {
+          // Without them the agent would not see the tables change.
+          if (set.isError()) {
+            say(Severity::error, "statedb: cannot set notify-keyspace-events to \"" + wanted +
+                                     "\": " + std::string(set.text()));
+          } else {
+            say(Severity::notice,
+                "statedb: notify-keyspace-events was \"" + have + "\", set to \"" + wanted + "\"");
+          }
+        });
   });
 }
 
@@ -117,15 +117,15 @@ void Link::handshakePing() {
   // until the server serves its data, and the link's reads are scans and reads like it.
   std::string const pattern = (tables_.empty() ? std::string("*") : tables_.front() + "|*");
   commands_.command({"SCAN", "0", "MATCH", pattern, "COUNT", "1"},
-                    [this](redisReply const& reply) { handshakeAnswered(reply); });
+                    [this](Reply reply) { handshakeAnswered(reply); });
 }
 
-void Link::handshakeAnswered(redisReply const& reply) {
-  if (!isNotServingYet(reply)) return handshakeDone();
+void Link::handshakeAnswered(Reply reply) {
+  if (!reply.isNotServingYet()) return handshakeDone();
   // Answering, so not hung: the time-out starts again with each question.
-  notServing(replyText(reply));
-  timeoutTimer_.armIn(settings_.timeout);
-  servingTimer_.armIn(kServingPoll);
+  notServing(std::string(reply.text()));
+  timeoutTimer_.startIn(settings_.timeout);
+  servingTimer_.startIn(kServingPoll);
 }
 
 void Link::notServing(std::string const& reason) {
@@ -133,8 +133,8 @@ void Link::notServing(std::string const& reason) {
   notServingLogged_ = true;
   if (!lossLogged_) downSince_ = loop_.currentTime();
   lossLogged_ = true;  // one condition: no second line for the loss it causes
-  log_("statedb: " + endpoint_.describe() + " does not serve yet (" + reason +
-       "); going on with what is known and waiting for it");
+  say(Severity::warning, "statedb: " + endpoint_.describe() + " does not serve yet (" + reason +
+                             "); going on with what is known and waiting for it");
 }
 
 void Link::handshakeDone() {
@@ -149,19 +149,19 @@ void Link::subscriptionConfirmed() {
 void Link::maybeUp() {
   if (state_ != State::connecting || !handshakeDone_ || confirmationsOwed_ != 0) return;
   state_ = State::up;
-  timeoutTimer_.disarm();
+  timeoutTimer_.stop();
   if (!refused_) backoff_ = settings_.backoffMin;
   if (!everUp_) {
-    log_("statedb: connected to " + endpoint_.describe());
+    say(Severity::info, "statedb: connected to " + endpoint_.describe());
   } else if (lossLogged_) {
-    log_("statedb: reconnected to " + endpoint_.describe() + " after " +
-         seconds(loop_.currentTime() - downSince_));
+    say(Severity::notice, "statedb: reconnected to " + endpoint_.describe() + " after " +
+                              seconds(loop_.currentTime() - downSince_));
   }
   everUp_ = true;
   lossLogged_ = false;
   notServingLogged_ = false;
   writeErrorLogged_ = false;
-  keepaliveTimer_.armIn(settings_.keepalive);
+  keepaliveTimer_.startIn(settings_.keepalive);
   if (listener_) listener_->onLinkUp();
   for (auto const& [token, done] : probes_) sendProbe(token);
 }
@@ -172,21 +172,22 @@ void Link::fail(std::string const& reason) {
   state_ = State::down;
   commands_.close();
   subscriber_.close();
-  timeoutTimer_.disarm();
-  keepaliveTimer_.disarm();
-  servingTimer_.disarm();
+  timeoutTimer_.stop();
+  keepaliveTimer_.stop();
+  servingTimer_.stop();
   if (!lossLogged_ && !refused_) {
     downSince_ = loop_.currentTime();
-    log_(std::string("statedb: ") + (everUp_ ? "lost " : "cannot reach ") + endpoint_.describe() +
-         ": " + reason + "; going on with what is known and retrying");
+    say(Severity::warning, std::string("statedb: ") + (everUp_ ? "lost " : "cannot reach ") +
+                               endpoint_.describe() + ": " + reason +
+                               "; going on with what is known and retrying");
     lossLogged_ = true;
   }
   if (wasUp && listener_) listener_->onLinkDown();
-  retryTimer_.armIn(backoff_);
+  retryTimer_.startIn(backoff_);
   backoff_ = std::min(backoff_ * 2.0, settings_.backoffMax);
 }
 
-bool Link::command(std::initializer_list<std::string_view> args, Connection::Reply reply) {
+bool Link::command(std::initializer_list<std::string_view> args, Connection::ReplyHandler reply) {
   return state_ == State::up && commands_.command(args, std::move(reply));
 }
 
@@ -198,44 +199,48 @@ bool Link::write(std::initializer_list<std::string_view> args) {
   return state_ == State::up && commands_.command(args, writeCheck_);
 }
 
-void Link::WriteCheck::onReply(redisReply const& reply) {
-  if (!isError(reply)) return;
-  if (isNotServingYet(reply)) return link_.commandFailed(reply);
+void Link::WriteCheck::onReply(Reply reply) {
+  if (!reply.isError()) return;
+  if (reply.isNotServingYet()) return link_.commandFailed(reply);
   if (link_.writeErrorLogged_) return;
   link_.writeErrorLogged_ = true;
-  link_.log_("statedb: a write to " + link_.endpoint_.describe() +
-             " was refused: " + replyText(reply));
+  // The pin table no longer shows the agent's pins; retrying would not change the answer.
+  link_.say(Severity::error, "statedb: a write to " + link_.endpoint_.describe() +
+                                 " was refused: " + std::string(reply.text()));
 }
 
-void Link::commandFailed(redisReply const& reply) {
-  std::string reason = replyText(reply);
+void Link::commandFailed(Reply reply) {
+  std::string reason(reply.text());
   if (reason.empty()) reason = "an answer of the wrong kind";
-  bool const later = isNotServingYet(reply);
+  bool const later = reply.isNotServingYet();
   // From the loop, not from inside the reply being handled: the listener starts over, and the
   // replies behind this one are dropped with the connection.
-  loop_.taskIs([this, alive = std::weak_ptr<bool>(alive_), reason, later] {
-    auto const live = alive.lock();
-    if (!live || !*live || state_ != State::up) return;
-    if (later) {
-      notServing(reason);
-    } else {
-      // Refused, as an ACL without the right to scan would: retried with a growing back-off
-      // and said once, until a whole read goes through.
-      if (!refused_) {
-        log_("statedb: " + endpoint_.describe() + " refused a read of the tables (" + reason +
-             "); retrying");
-      }
-      refused_ = true;
-    }
-    fail(reason);
+  loop_.taskIs([weak = weak_.weakPtr(), reason, later] {
+    if (Link* self = weak.get()) self->takenDown(reason, later);
   });
+}
+
+void Link::takenDown(std::string const& reason, bool later) {
+  if (state_ != State::up) return;
+  if (later) {
+    notServing(reason);
+  } else {
+    // Refused, as an ACL without the right to scan would: retried with a growing back-off and
+    // said once, until a whole read goes through.
+    if (!refused_) {
+      say(Severity::warning, "statedb: " + endpoint_.describe() +
+                                 " refused a read of the tables (" + reason + "); retrying");
+    }
+    refused_ = true;
+  }
+  fail(reason);
 }
 
 void Link::wholeReadDone() {
   if (!refused_) return;
   refused_ = false;
   backoff_ = settings_.backoffMin;
-  log_("statedb: " + endpoint_.describe() + " serves the tables again");
+  say(Severity::notice, "statedb: " + endpoint_.describe() + " serves the tables again");
 }
 
 void Link::probe(std::function<void()> done) {
@@ -248,22 +253,19 @@ void Link::sendProbe(std::uint64_t token) {
   commands_.command({"PUBLISH", probeChannel_, std::to_string(token)}, nullptr);
 }
 
-void Link::onMessage(redisReply const& reply) {
-  if (reply.type != REDIS_REPLY_ARRAY || reply.elements < 3) return;
-  std::string_view const kind(reply.element[0]->str, reply.element[0]->len);
+void Link::onMessage(Reply reply) {
+  std::size_t const size = reply.size();
+  if (size < 3) return;
+  std::string_view const kind = reply[0].text();
   if (kind == "psubscribe" || kind == "subscribe") return subscriptionConfirmed();
-  redisReply const& channel = *reply.element[reply.elements - 2];
-  std::string_view const name(channel.str, channel.len);
+  std::string_view const name = reply[size - 2].text();
   if (kind == "pmessage" && name.starts_with(keyspacePrefix_)) {
-    redisReply const& event = *reply.element[reply.elements - 1];
-    if (listener_) {
-      listener_->onKeyTouched(name.substr(keyspacePrefix_.size()),
-                              std::string_view(event.str, event.len));
-    }
+    if (listener_)
+      listener_->onKeyTouched(name.substr(keyspacePrefix_.size()), reply[size - 1].text());
   } else if (kind == "message" && name == probeChannel_) {
-    redisReply const& payload = *reply.element[2];
+    std::string_view const payload = reply[2].text();
     std::uint64_t token = 0;
-    std::from_chars(payload.str, payload.str + payload.len, token);
+    std::from_chars(payload.data(), payload.data() + payload.size(), token);
     // Tokens come back in order; an older one re-sent after an outage may come twice.
     while (!probes_.empty() && probes_.front().first <= token) {
       auto done = std::move(probes_.front().second);
@@ -275,11 +277,11 @@ void Link::onMessage(redisReply const& reply) {
 
 void Link::keepalive() {
   if (state_ != State::up) return;
-  timeoutTimer_.armIn(settings_.timeout);
-  commands_.command({"PING"}, [this](redisReply const& reply) {
-    timeoutTimer_.disarm();
-    if (isNotServingYet(reply)) return commandFailed(reply);
-    keepaliveTimer_.armIn(settings_.keepalive);
+  timeoutTimer_.startIn(settings_.timeout);
+  commands_.command({"PING"}, [this](Reply reply) {
+    timeoutTimer_.stop();
+    if (reply.isNotServingYet()) return commandFailed(reply);
+    keepaliveTimer_.startIn(settings_.keepalive);
   });
 }
 

@@ -1,4 +1,4 @@
-#include "platform/statedb/redis/ReplyArena.h"
+#include "platform/redis/ReplyArena.h"
 
 #include <hiredis/hiredis.h>
 

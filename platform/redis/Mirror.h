@@ -19,9 +19,11 @@
 
 #include "platform/model/GpioLedSystemConfigDir.h"
 #include "platform/model/LedSystemConfigDir.h"
-#include "platform/statedb/redis/DirtyKeys.h"
-#include "platform/statedb/redis/Link.h"
-#include "platform/statedb/redis/TableCodec.h"
+#include "platform/redis/DirtyKeys.h"
+#include "platform/redis/Link.h"
+#include "platform/redis/TableCodec.h"
+#include "platform/redis/TableScan.h"
+#include "platform/redis/Waiters.h"
 
 namespace Statedb::Redis {
 
@@ -38,7 +40,7 @@ class Mirror final : private Connection::Receiver {
   void linkDown();
   // Calls `done` once nothing is dirty, being read or being scanned.
   void whenQuiet(std::function<void()> done);
-  bool isQuiet() const noexcept { return dirty_.empty() && reading_.empty() && scansOwed_ == 0; }
+  bool isQuiet() const noexcept { return dirty_.empty() && reading_.empty() && !isScanning(); }
   // Told each time a whole read of the tables has been applied: every key the scan found has
   // been read once and applied (keys touched meanwhile may be read again), and what is gone
   // has been removed. Under a steady stream of writes this comes, where quiet may not.
@@ -59,11 +61,12 @@ class Mirror final : private Connection::Receiver {
   void flushSoon();
   void flush();
   void read(std::string const& key);
-  void onReply(redisReply const& reply) override;
-  void onHash(std::string const& key, redisReply const& reply);
+  void onReply(Reply reply) override;
+  void onHash(std::string const& key, Reply reply);
   void applyLed(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
   void applyMapping(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
-  void scan(std::string const& table, std::string const& cursor);
+  bool isScanning() const noexcept { return ledScan_.isScanning() || mappingScan_.isScanning(); }
+  void scanned(Reply keys);
   void scanDone();
   void removeUnseen();
   void resyncCheck();
@@ -80,13 +83,13 @@ class Mirror final : private Connection::Receiver {
   std::unordered_map<std::string, bool> reading_;
   std::deque<std::string> asked_;  // the keys of the reads in flight, in the order sent
   bool flushQueued_ = false;
-  std::size_t scansOwed_ = 0;
-  std::unordered_set<std::string> seen_;
+  TableScan ledScan_;
+  TableScan mappingScan_;
+  std::unordered_set<std::string> seen_;  // keys the whole read found
   // Keys deleted since their last read: one that exists again at the read was replaced whole
   // (DEL and HSET in one transaction) and is published as a new entity, as its writer meant;
   // any other changed hash is applied to the published entity in place.
   std::unordered_set<std::string> deleted_;
-  std::uint64_t generation_ = 0;
   std::uint64_t reads_ = 0;
   // Reads sent and answered on this connection, and how many of them the whole read needs.
   std::uint64_t sent_ = 0;
@@ -96,12 +99,8 @@ class Mirror final : private Connection::Receiver {
   double resyncStart_ = 0;
   Counters counters_;
   std::function<void()> resyncedHandler_;
-  std::vector<std::function<void()>> quietWaiters_;
+  Waiters quietWaiters_;
   std::vector<FieldView> fields_;  // of the hash being applied; kept to reuse its capacity
 };
-
-// The fields of an HGETALL reply: copied, or as views into the reply.
-Hash hashOfReply(redisReply const& reply);
-void fieldsOfReply(redisReply const& reply, std::vector<FieldView>& fields);
 
 }  // namespace Statedb::Redis

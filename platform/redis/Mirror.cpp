@@ -1,6 +1,4 @@
-#include "platform/statedb/redis/Mirror.h"
-
-#include <hiredis/hiredis.h>
+#include "platform/redis/Mirror.h"
 
 #include "platform/inputs/InputApplier.h"
 
@@ -18,30 +16,19 @@ InputChange changeOf(bool replaced) {
 
 }  // namespace
 
-void fieldsOfReply(redisReply const& reply, std::vector<FieldView>& fields) {
-  fields.clear();
-  if (reply.type != REDIS_REPLY_ARRAY) return;
-  auto text = [](redisReply const* element) {
-    return element->str ? std::string_view(element->str, element->len) : std::string_view();
-  };
-  for (std::size_t i = 0; i + 1 < reply.elements; i += 2) {
-    fields.emplace_back(text(reply.element[i]), text(reply.element[i + 1]));
-  }
-}
-
-Hash hashOfReply(redisReply const& reply) {
-  Hash hash;
-  if (reply.type != REDIS_REPLY_ARRAY) return hash;
-  for (std::size_t i = 0; i + 1 < reply.elements; i += 2) {
-    hash.emplace_back(replyText(*reply.element[i]), replyText(*reply.element[i + 1]));
-  }
-  return hash;
-}
-
 Mirror::Mirror(Zel::ActivityManager& loop, Link& link,
                Hardware::Gpio::GpioLedSystemConfigDir& mappings,
                Hardware::Led::LedSystemConfigDir& leds, Log log)
-    : loop_(loop), link_(link), mappings_(mappings), leds_(leds), log_(std::move(log)) {}
+    : loop_(loop),
+      link_(link),
+      mappings_(mappings),
+      leds_(leds),
+      log_(std::move(log)),
+      ledScan_(
+          link, kLedTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
+      mappingScan_(
+          link, kMappingTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
+      quietWaiters_(loop) {}
 
 void Mirror::keyTouched(std::string_view key, std::string_view event) {
   if (event == "del") deleted_.emplace(key);
@@ -68,7 +55,7 @@ void Mirror::flush() {
   // While the tables are scanned the keys found are only collected, and read in one batch when
   // the scan ends: read page by page, each page's entities reach the agent in a turn of its own,
   // and building them turn by turn cost the agent more than the overlap saved.
-  if (scansOwed_ != 0) return;
+  if (isScanning()) return;
   for (auto const& key : dirty_.take()) read(key);
   quietCheck();
 }
@@ -86,7 +73,7 @@ void Mirror::read(std::string const& key) {
   ++sent_;
 }
 
-void Mirror::onReply(redisReply const& reply) {
+void Mirror::onReply(Reply reply) {
   if (asked_.empty()) return;
   std::string const key = std::move(asked_.front());
   asked_.pop_front();
@@ -95,21 +82,22 @@ void Mirror::onReply(redisReply const& reply) {
   resyncCheck();
 }
 
-void Mirror::onHash(std::string const& key, redisReply const& reply) {
+void Mirror::onHash(std::string const& key, Reply reply) {
   auto reading = reading_.find(key);
   bool const again = reading != reading_.end() && reading->second;
   if (reading != reading_.end()) reading_.erase(reading);
-  if (isNotServingYet(reply)) {
+  if (reply.isNotServingYet()) {
     // Not an answer about the key: the link starts over and the whole read covers it.
     link_.commandFailed(reply);
   } else if (again) {
     keyTouched(key);
-  } else if (isError(reply)) {
-    log_("statedb: cannot read " + key + ": " + replyText(reply));
+  } else if (reply.isError()) {
+    log_(
+        {Severity::warning, key, "statedb: cannot read " + key + ": " + std::string(reply.text())});
   } else {
     KeyName const parts = *keyNameOf(key).value;
     Zel::Name const name(parts.name.data(), parts.name.size());
-    fieldsOfReply(reply, fields_);
+    fieldsOf(reply, fields_);
     bool const replaced = !deleted_.empty() && deleted_.erase(key) > 0;
     if (parts.table == kLedTable) applyLed(key, name, fields_, replaced);
     if (parts.table == kMappingTable) applyMapping(key, name, fields_, replaced);
@@ -146,11 +134,10 @@ void Mirror::applyMapping(std::string const& key, Zel::Name const& name, HashVie
 
 void Mirror::refuse(std::string const& key, Refusal const& refusal) {
   ++counters_.refusedRows;
-  log_(refusalLine(key, refusal));
+  log_({Severity::warning, key, refusalLine(key, refusal)});
 }
 
 void Mirror::resync() {
-  ++generation_;
   deleted_.clear();  // what happened while no notification came is unknown
   reading_.clear();
   asked_.clear();
@@ -159,46 +146,32 @@ void Mirror::resync() {
   resyncReads_.reset();
   resyncing_ = true;
   resyncStart_ = loop_.currentTime();
-  scansOwed_ = 2;
-  scan(kLedTable, "0");
-  scan(kMappingTable, "0");
+  ledScan_.start();
+  mappingScan_.start();
 }
 
 void Mirror::linkDown() {
   // Replies owed are gone with the connection; what was dirty stays dirty for the resync.
-  ++generation_;
   for (auto const& [key, again] : reading_) {
     dirty_.mark(key);
   }
   reading_.clear();
   asked_.clear();
-  scansOwed_ = 0;
+  ledScan_.stop();
+  mappingScan_.stop();
   resyncing_ = false;
 }
 
-void Mirror::scan(std::string const& table, std::string const& cursor) {
-  std::uint64_t const generation = generation_;
-  link_.command({"SCAN", cursor, "MATCH", table + "|*", "COUNT", kScanCount},
-                [this, table, generation](redisReply const& reply) {
-                  if (generation != generation_) return;
-                  // Never taken for an empty table: its entities would all be removed.
-                  if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-                    return link_.commandFailed(reply);
-                  }
-                  redisReply const& keys = *reply.element[1];
-                  for (std::size_t i = 0; i < keys.elements; ++i) {
-                    std::string key = replyText(*keys.element[i]);
-                    keyTouched(key);
-                    seen_.insert(std::move(key));
-                  }
-                  std::string const next = replyText(*reply.element[0]);
-                  if (next == "0") return scanDone();
-                  scan(table, next);
-                });
+void Mirror::scanned(Reply keys) {
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    std::string key(keys[i].text());
+    keyTouched(key);
+    seen_.insert(std::move(key));
+  }
 }
 
 void Mirror::scanDone() {
-  if (scansOwed_ == 0 || --scansOwed_ != 0) return;
+  if (isScanning()) return;
   removeUnseen();
   seen_.clear();
   flush();
@@ -234,15 +207,12 @@ void Mirror::removeUnseen() {
 }
 
 void Mirror::whenQuiet(std::function<void()> done) {
-  quietWaiters_.push_back(std::move(done));
+  quietWaiters_.add(std::move(done));
   quietCheck();
 }
 
 void Mirror::quietCheck() {
-  if (!isQuiet() || quietWaiters_.empty()) return;
-  std::vector<std::function<void()>> waiters;
-  waiters.swap(quietWaiters_);
-  for (auto& done : waiters) loop_.taskIs(std::move(done));
+  if (isQuiet()) quietWaiters_.release();
 }
 
 }  // namespace Statedb::Redis

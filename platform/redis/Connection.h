@@ -12,11 +12,12 @@
 #include <string>
 #include <string_view>
 
-#include "platform/statedb/redis/Endpoint.h"
-#include "platform/statedb/redis/ReplyArena.h"
+#include "platform/redis/Endpoint.h"
+#include "platform/redis/Reply.h"
+#include "platform/redis/ReplyArena.h"
+#include "platform/zel/WeakPtr.h"
 
 struct redisAsyncContext;
-struct redisReply;
 
 namespace Zel {
 class ActivityManager;
@@ -26,14 +27,14 @@ namespace Statedb::Redis {
 
 class Connection {
  public:
-  using Reply = std::function<void(redisReply const& reply)>;
+  using ReplyHandler = std::function<void(Reply reply)>;
   // Takes the replies of many commands without a callback allocated for each: replies come in
   // the order the commands went, so a receiver that queues what it asked knows what each answers.
   // A connection that closes drops the replies still owed without a word; the receiver starts
   // over with the next connection.
   class Receiver {
    public:
-    virtual void onReply(redisReply const& reply) = 0;
+    virtual void onReply(Reply reply) = 0;
 
    protected:
     ~Receiver() = default;
@@ -57,13 +58,13 @@ class Connection {
   // Queues a command; false when the connection is closed. A null `reply` costs no allocation:
   // its reply is dropped as it arrives, which suits writes of which only the outcome of the
   // whole batch matters.
-  bool command(std::initializer_list<std::string_view> args, Reply reply);
-  bool commandArgv(std::span<std::string_view const> args, Reply reply);
+  bool command(std::initializer_list<std::string_view> args, ReplyHandler reply);
+  bool commandArgv(std::span<std::string_view const> args, ReplyHandler reply);
   bool command(std::initializer_list<std::string_view> args, Receiver& receiver);
   // Subscribes (SUBSCRIBE or PSUBSCRIBE) to `channel`: the confirmation and every message
   // arrive at `onMessage`, which outlives the connection's context.
   bool subscribe(std::string_view verb, std::string_view channel);
-  void messageHandlerIs(Reply onMessage) { onMessage_ = std::move(onMessage); }
+  void messageHandlerIs(ReplyHandler onMessage) { onMessage_ = std::move(onMessage); }
 
  private:
   static void onReply(redisAsyncContext* context, void* reply, void* data);
@@ -77,24 +78,17 @@ class Connection {
 
   Zel::ActivityManager& loop_;
   Closed onClosed_;
-  Reply onMessage_;
+  ReplyHandler onMessage_;
   redisAsyncContext* context_ = nullptr;
   // Outlives each context: the client library hands back what it decoded when it frees one.
   ReplyArena replies_;
   // The wire form of the command being queued; kept to reuse its capacity.
   std::string wire_;
-  // Tells deferred reports whether this connection still exists.
-  std::shared_ptr<Connection*> self_;
+  // Last: a deferred report finds out whether this connection still exists.
+  Zel::WeakPtrFactory<Connection> weak_{this};
 };
 
 // Makes writes to a closed socket fail rather than end the process; idempotent.
 void ignoreBrokenPipes();
-
-// The text of an error or status reply; empty for other replies.
-std::string replyText(redisReply const& reply);
-bool isError(redisReply const& reply);
-// An error that says the server cannot serve now but will: loading its data, blocked by a
-// script, or a replica without its primary. Any other error is the command's own.
-bool isNotServingYet(redisReply const& reply);
 
 }  // namespace Statedb::Redis

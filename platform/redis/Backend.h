@@ -8,21 +8,20 @@
 #include <memory>
 #include <string>
 
-#include "platform/statedb/redis/Link.h"
-#include "platform/statedb/redis/Mirror.h"
-#include "platform/statedb/redis/PinTableWriter.h"
+#include "platform/redis/Link.h"
+#include "platform/redis/Mirror.h"
+#include "platform/redis/PinTableWriter.h"
 
 namespace Statedb::Redis {
 
 struct BackendOptions {
-  std::string url;
-  bool allowInsecure = false;
+  ServerAddress server;
   LinkSettings link;
 };
 
 class Backend final : private Link::Listener {
  public:
-  // Null with `error` set when the URL is bad or refused.
+  // Null with `error` set when the address is bad or refused (see endpointFor).
   static std::unique_ptr<Backend> backendIs(Zel::ActivityManager& loop,
                                             BackendOptions const& options,
                                             Hardware::Gpio::GpioLedSystemConfigDir& mappings,

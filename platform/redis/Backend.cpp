@@ -1,6 +1,4 @@
-#include "platform/statedb/redis/Backend.h"
-
-#include <hiredis/hiredis.h>
+#include "platform/redis/Backend.h"
 
 namespace Statedb::Redis {
 
@@ -9,10 +7,8 @@ std::unique_ptr<Backend> Backend::backendIs(Zel::ActivityManager& loop,
                                             Hardware::Gpio::GpioLedSystemConfigDir& mappings,
                                             Hardware::Led::LedSystemConfigDir& leds, Zel::Dir& pins,
                                             Log log, std::string& error) {
-  auto endpoint = endpointOf(options.url, error);
+  auto endpoint = endpointFor(options.server, error);
   if (!endpoint) return nullptr;
-  error = refusalOf(*endpoint, options.allowInsecure);
-  if (!error.empty()) return nullptr;
   return std::make_unique<Backend>(loop, *endpoint, options.link, mappings, leds, pins,
                                    std::move(log));
 }
@@ -69,7 +65,7 @@ void Backend::barrier(std::function<void()> done) {
         pinWriter_.whenRewritten([this, done = std::move(done)]() mutable {
           pinWriter_.flush();
           auto shared = std::make_shared<std::function<void()>>(std::move(done));
-          bool const sent = link_.command({"PING"}, [shared](redisReply const&) { (*shared)(); });
+          bool const sent = link_.command({"PING"}, [shared](Reply) { (*shared)(); });
           // Lost meanwhile: start over once the link is back.
           if (!sent) barrier(std::move(*shared));
         });

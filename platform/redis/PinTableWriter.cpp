@@ -1,18 +1,21 @@
-#include "platform/statedb/redis/PinTableWriter.h"
-
-#include <hiredis/hiredis.h>
-
-#include <charconv>
+#include "platform/redis/PinTableWriter.h"
 
 #include "platform/model/CorvelPinConfig.h"
-#include "platform/statedb/redis/TableCodec.h"
+#include "platform/redis/TableCodec.h"
 
 namespace Statedb::Redis {
 
 using Hardware::Gpio::CorvelPinConfig;
 
 PinTableWriter::PinTableWriter(Zel::ActivityManager& loop, Link& link, Zel::Dir& pins, Log log)
-    : loop_(loop), link_(link), pins_(&pins), log_(std::move(log)), follower_(pins, *this) {}
+    : loop_(loop),
+      link_(link),
+      pins_(&pins),
+      log_(std::move(log)),
+      scan_(
+          link, kPinTable, [this](Reply keys) { scanned(keys); }, [this] { syncStep(); }),
+      rewriteWaiters_(loop),
+      follower_(pins, *this) {}
 
 void PinTableWriter::onPinArrived(std::string const& name, Pin const&) {
   mark(name);
@@ -62,20 +65,17 @@ void PinTableWriter::flush() {
 }
 
 void PinTableWriter::rewrite() {
-  ++generation_;
   syncing_ = true;
-  scanning_ = true;
   inputsRead_ = false;
   asked_.clear();
   written_.clear();
-  scan("0");
+  scan_.start();
 }
 
 void PinTableWriter::linkDown() {
-  ++generation_;
   asked_.clear();
   syncing_ = false;
-  scanning_ = false;
+  scan_.stop();
   rewritten();
 }
 
@@ -85,41 +85,19 @@ void PinTableWriter::inputsRead() {
 }
 
 void PinTableWriter::whenRewritten(std::function<void()> done) {
-  rewriteWaiters_.push_back(std::move(done));
+  rewriteWaiters_.add(std::move(done));
   if (!syncing_) rewritten();
 }
 
 void PinTableWriter::rewritten() {
-  std::vector<std::function<void()>> waiters;
-  waiters.swap(rewriteWaiters_);
-  for (auto& done : waiters) loop_.taskIs(std::move(done));
+  rewriteWaiters_.release();
 }
 
-void PinTableWriter::scan(std::string const& cursor) {
-  std::uint64_t const generation = generation_;
-  link_.command({"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
-                [this, generation](redisReply const& reply) {
-                  if (generation != generation_) return;
-                  // A table that could not be read is not known to be empty: the link starts over.
-                  if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-                    return link_.commandFailed(reply);
-                  }
-                  // The next step goes first: the server then answers the reads of this page while
-                  // the agent takes in the previous ones, rather than one after the other.
-                  std::string const next = replyText(*reply.element[0]);
-                  if (next == "0") {
-                    scanning_ = false;
-                  } else {
-                    scan(next);
-                  }
-                  redisReply const& keys = *reply.element[1];
-                  for (std::size_t i = 0; i < keys.elements; ++i)
-                    readValue(replyText(*keys.element[i]));
-                  syncStep();
-                });
+void PinTableWriter::scanned(Reply keys) {
+  for (std::size_t i = 0; i < keys.size(); ++i) readValue(keys[i].text());
 }
 
-void PinTableWriter::readValue(std::string const& key) {
+void PinTableWriter::readValue(std::string_view key) {
   auto parts = keyNameOf(key);
   std::string const name = parts.value ? std::string(parts.value->name) : std::string();
   if (name.empty()) {
@@ -131,13 +109,12 @@ void PinTableWriter::readValue(std::string const& key) {
   if (link_.command({"HGET", key, kPinValueField}, *this)) asked_.push_back(name);
 }
 
-void PinTableWriter::onReply(redisReply const& reply) {
+void PinTableWriter::onReply(Reply reply) {
   if (asked_.empty()) return;
   std::string name = std::move(asked_.front());
   asked_.pop_front();
-  if (isNotServingYet(reply)) return link_.commandFailed(reply);
-  std::string_view const text =
-      reply.type == REDIS_REPLY_STRING ? std::string_view(reply.str, reply.len) : "";
+  if (reply.isNotServingYet()) return link_.commandFailed(reply);
+  std::string_view const text = reply.isError() ? std::string_view() : reply.text();
   std::uint32_t value = kUnknown;
   if (text == "0" || text == "1") value = text == "1" ? 1 : 0;
   written_.emplace(std::move(name), value);
@@ -147,7 +124,7 @@ void PinTableWriter::onReply(redisReply const& reply) {
 void PinTableWriter::syncStep() {
   // Before the agent has applied its inputs, a pin it does not have yet may be one it is about
   // to light again: deleting it would show it dark in between.
-  if (scanning_ || !asked_.empty() || !syncing_ || !inputsRead_) return;
+  if (scan_.isScanning() || !asked_.empty() || !syncing_ || !inputsRead_) return;
   syncing_ = false;
   // Only what differs is marked: a reconnect with nothing changed queues no work per pin.
   for (auto member : pins_->entries()) {

@@ -1,4 +1,4 @@
-#include "platform/statedb/redis/TableCodec.h"
+#include "platform/redis/TableCodec.h"
 
 #include <cmath>
 #include <cstdlib>

@@ -1,4 +1,4 @@
-#include "platform/statedb/redis/Connection.h"
+#include "platform/redis/Connection.h"
 
 #include <hiredis/async.h>
 #include <hiredis/hiredis.h>
@@ -7,34 +7,15 @@
 #include <charconv>
 #include <vector>
 
-#include "platform/statedb/redis/LoopAdapter.h"
+#include "platform/redis/LoopAdapter.h"
 #include "platform/zel/ActivityManager.h"
 
 namespace Statedb::Redis {
 
-std::string replyText(redisReply const& reply) {
-  if (reply.type == REDIS_REPLY_ERROR || reply.type == REDIS_REPLY_STATUS ||
-      reply.type == REDIS_REPLY_STRING) {
-    return std::string(reply.str, reply.len);
-  }
-  return {};
-}
-
-bool isError(redisReply const& reply) {
-  return reply.type == REDIS_REPLY_ERROR;
-}
-
-bool isNotServingYet(redisReply const& reply) {
-  if (!isError(reply)) return false;
-  std::string_view const text(reply.str, reply.len);
-  return text.starts_with("LOADING") || text.starts_with("BUSY") || text.starts_with("MASTERDOWN");
-}
-
 Connection::Connection(Zel::ActivityManager& loop, Closed onClosed)
-    : loop_(loop), onClosed_(std::move(onClosed)), self_(std::make_shared<Connection*>(this)) {}
+    : loop_(loop), onClosed_(std::move(onClosed)) {}
 
 Connection::~Connection() {
-  *self_ = nullptr;
   close();
 }
 
@@ -78,10 +59,10 @@ bool Connection::open(Endpoint const& endpoint, std::string const* password, boo
     std::vector<std::string_view> auth{"AUTH"};
     if (!endpoint.user.empty()) auth.push_back(endpoint.user);
     auth.push_back(*password);
-    commandArgv(auth, [this](redisReply const& reply) {
+    commandArgv(auth, [this](Reply reply) {
       // The server's text never repeats the password.
-      if (isError(reply)) {
-        std::string const reason = "authentication refused: " + replyText(reply);
+      if (reply.isError()) {
+        std::string const reason = "authentication refused: " + std::string(reply.text());
         close();
         reportClosed(reason);
       }
@@ -129,14 +110,14 @@ bool Connection::send(std::span<std::string_view const> args,
          REDIS_OK;
 }
 
-bool Connection::command(std::initializer_list<std::string_view> args, Reply reply) {
+bool Connection::command(std::initializer_list<std::string_view> args, ReplyHandler reply) {
   return commandArgv(std::span<std::string_view const>(args.begin(), args.size()),
                      std::move(reply));
 }
 
-bool Connection::commandArgv(std::span<std::string_view const> args, Reply reply) {
+bool Connection::commandArgv(std::span<std::string_view const> args, ReplyHandler reply) {
   if (!reply) return send(args, nullptr, nullptr);
-  auto* held = new Reply(std::move(reply));
+  auto* held = new ReplyHandler(std::move(reply));
   if (send(args, &Connection::onReply, held)) return true;
   delete held;
   return false;
@@ -153,19 +134,19 @@ bool Connection::subscribe(std::string_view verb, std::string_view channel) {
 }
 
 void Connection::onReply(redisAsyncContext*, void* reply, void* data) {
-  std::unique_ptr<Reply> held(static_cast<Reply*>(data));
+  std::unique_ptr<ReplyHandler> held(static_cast<ReplyHandler*>(data));
   // A null reply is a reply that will never come: the connection is going.
-  if (reply && *held) (*held)(*static_cast<redisReply*>(reply));
+  if (reply && *held) (*held)(Reply(*static_cast<redisReply*>(reply)));
 }
 
 void Connection::onReceived(redisAsyncContext*, void* reply, void* data) {
-  if (reply) static_cast<Receiver*>(data)->onReply(*static_cast<redisReply*>(reply));
+  if (reply) static_cast<Receiver*>(data)->onReply(Reply(*static_cast<redisReply*>(reply)));
 }
 
 void Connection::onSubscription(redisAsyncContext* context, void* reply, void* data) {
   if (!reply || context->data != data) return;
   auto* self = static_cast<Connection*>(data);
-  if (self->onMessage_) self->onMessage_(*static_cast<redisReply*>(reply));
+  if (self->onMessage_) self->onMessage_(Reply(*static_cast<redisReply*>(reply)));
 }
 
 void Connection::onConnect(redisAsyncContext const* context, int status) {
@@ -185,10 +166,8 @@ void Connection::onDisconnect(redisAsyncContext const* context, int) {
 
 void Connection::reportClosed(std::string const& reason) {
   // Reported from the loop: the client library may still be unwinding the context.
-  std::weak_ptr<Connection*> weak = self_;
-  loop_.taskIs([weak, reason] {
-    auto alive = weak.lock();
-    if (alive && *alive && (*alive)->onClosed_) (*alive)->onClosed_(reason);
+  loop_.taskIs([weak = weak_.weakPtr(), reason] {
+    if (Connection* self = weak.get(); self && self->onClosed_) self->onClosed_(reason);
   });
 }
 

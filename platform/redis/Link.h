@@ -15,13 +15,13 @@
 #include <string_view>
 #include <vector>
 
-#include "platform/statedb/redis/Connection.h"
-#include "platform/statedb/redis/Endpoint.h"
-#include "platform/statedb/redis/LoopTimer.h"
+#include "platform/redis/Connection.h"
+#include "platform/redis/Endpoint.h"
+#include "platform/redis/LogRecord.h"
+#include "platform/zel/Timer.h"
+#include "platform/zel/WeakPtr.h"
 
 namespace Statedb::Redis {
-
-using Log = std::function<void(std::string const& line)>;
 
 struct LinkSettings {
   double keepalive = 5.0;   // seconds between PINGs while idle
@@ -47,7 +47,6 @@ class Link {
   // `tables` are the key prefixes whose keyspace notifications are followed.
   Link(Zel::ActivityManager& loop, Endpoint endpoint, std::vector<std::string> tables,
        LinkSettings settings, Log log);
-  ~Link();
   Link(Link const&) = delete;
   Link& operator=(Link const&) = delete;
 
@@ -57,7 +56,7 @@ class Link {
   Endpoint const& endpoint() const noexcept { return endpoint_; }
 
   // Queues a command on the command connection; false while the link is down.
-  bool command(std::initializer_list<std::string_view> args, Connection::Reply reply);
+  bool command(std::initializer_list<std::string_view> args, Connection::ReplyHandler reply);
   bool command(std::initializer_list<std::string_view> args, Connection::Receiver& receiver);
   // Queues a write whose answer only matters when it is an error: a server that cannot serve
   // yet takes the link down (see commandFailed), any other refusal is logged once a connection.
@@ -65,7 +64,7 @@ class Link {
   // A command of a table's whole read, or a read the server would answer in other times, was
   // answered with `reply`, an error: the link is taken down and comes up again once the server
   // serves, so that its listener starts over rather than take a failed read for an empty table.
-  void commandFailed(redisReply const& reply);
+  void commandFailed(Reply reply);
   // The listener's whole read of its tables went through: a refusal before it is over.
   void wholeReadDone();
   // Calls `done` once every keyspace notification that the server sent before now has been
@@ -79,7 +78,7 @@ class Link {
   class WriteCheck final : public Connection::Receiver {
    public:
     explicit WriteCheck(Link& link) : link_(link) {}
-    void onReply(redisReply const& reply) override;
+    void onReply(Reply reply) override;
 
    private:
     Link& link_;
@@ -89,13 +88,15 @@ class Link {
   void fail(std::string const& reason);
   void retry();
   void handshakePing();
-  void handshakeAnswered(redisReply const& reply);
+  void handshakeAnswered(Reply reply);
   void handshakeDone();
   void notServing(std::string const& reason);
+  void takenDown(std::string const& reason, bool later);
   void subscriptionConfirmed();
   void maybeUp();
   void checkNotifyFlags();
-  void onMessage(redisReply const& reply);
+  void onMessage(Reply reply);
+  void say(Severity severity, std::string text) { log_({severity, {}, std::move(text)}); }
   void keepalive();
   void sendProbe(std::uint64_t token);
 
@@ -107,10 +108,10 @@ class Link {
   Listener* listener_ = nullptr;
   Connection commands_;
   Connection subscriber_;
-  LoopTimer retryTimer_;
-  LoopTimer keepaliveTimer_;
-  LoopTimer timeoutTimer_;
-  LoopTimer servingTimer_;  // the next question to a server that does not serve yet
+  Zel::Timer retryTimer_;
+  Zel::Timer keepaliveTimer_;
+  Zel::Timer timeoutTimer_;
+  Zel::Timer servingTimer_;  // the next question to a server that does not serve yet
   WriteCheck writeCheck_{*this};
   State state_ = State::idle;
   bool handshakeDone_ = false;
@@ -120,14 +121,14 @@ class Link {
   bool notServingLogged_ = false;
   bool refused_ = false;  // the last time up ended in a refused read
   bool writeErrorLogged_ = false;
-  // Tells a deferred take-down whether this link still exists.
-  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   double backoff_ = 0.0;
   double downSince_ = 0.0;
   std::string keyspacePrefix_;
   std::string probeChannel_;
   std::uint64_t nextProbe_ = 1;
   std::deque<std::pair<std::uint64_t, std::function<void()>>> probes_;
+  // Last: a deferred take-down finds out whether this link still exists.
+  Zel::WeakPtrFactory<Link> weak_{this};
 };
 
 }  // namespace Statedb::Redis

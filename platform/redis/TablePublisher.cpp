@@ -1,12 +1,12 @@
-#include "platform/statedb/redis/TablePublisher.h"
+#include "platform/redis/TablePublisher.h"
 
 #include <hiredis/hiredis.h>
 
 #include <memory>
 #include <stdexcept>
 
-#include "platform/statedb/redis/Connection.h"
-#include "platform/statedb/redis/Mirror.h"
+#include "platform/redis/Connection.h"
+#include "platform/redis/Reply.h"
 
 namespace Statedb::Redis {
 
@@ -30,25 +30,6 @@ ReplyPtr runOn(redisContext* context, std::vector<std::string> const& args) {
                              (context->errstr[0] ? context->errstr : "lost"));
   }
   return ReplyPtr(reply);
-}
-
-std::string text(redisReply const& reply) {
-  switch (reply.type) {
-    case REDIS_REPLY_NIL:
-      return "(nil)";
-    case REDIS_REPLY_INTEGER:
-      return std::to_string(reply.integer);
-    case REDIS_REPLY_ARRAY: {
-      std::string joined;
-      for (std::size_t i = 0; i < reply.elements; ++i) {
-        if (i) joined += ' ';
-        joined += text(*reply.element[i]);
-      }
-      return joined;
-    }
-    default:
-      return replyText(reply);
-  }
 }
 
 }  // namespace
@@ -79,8 +60,8 @@ bool TablePublisher::connect(std::string& error) {
       if (!endpoint_.user.empty()) auth.push_back(endpoint_.user);
       auth.push_back(*password);
       ReplyPtr reply = runOn(context_, auth);
-      if (isError(*reply)) {
-        error = "authentication refused: " + replyText(*reply);
+      if (Reply const answer(*reply); answer.isError()) {
+        error = "authentication refused: " + std::string(answer.text());
         return false;
       }
     }
@@ -135,11 +116,10 @@ std::vector<std::string> TablePublisher::keys(std::string const& pattern) {
   std::string cursor = "0";
   do {
     ReplyPtr reply = run({"SCAN", cursor, "MATCH", pattern, "COUNT", kScanCount});
-    if (reply->type != REDIS_REPLY_ARRAY || reply->elements != 2) break;
-    cursor = replyText(*reply->element[0]);
-    for (std::size_t i = 0; i < reply->element[1]->elements; ++i) {
-      found.push_back(replyText(*reply->element[1]->element[i]));
-    }
+    auto const page = scanPageOf(Reply(*reply));
+    if (!page) break;
+    cursor = page->cursor;
+    for (std::size_t i = 0; i < page->keys.size(); ++i) found.emplace_back(page->keys[i].text());
   } while (cursor != "0");
   return found;
 }
@@ -149,7 +129,7 @@ void TablePublisher::tableClear(std::string const& table) {
 }
 
 std::string TablePublisher::command(std::vector<std::string> const& args) {
-  return text(*run(args));
+  return Reply(*run(args)).printed();
 }
 
 void TablePublisher::pipelined(std::vector<std::vector<std::string>> const& commands) {
@@ -176,7 +156,10 @@ void TablePublisher::pipelined(std::vector<std::vector<std::string>> const& comm
 }
 
 Hash TablePublisher::hash(std::string const& key) {
-  return hashOfReply(*run({"HGETALL", key}));
+  std::vector<FieldView> fields;
+  ReplyPtr const reply = run({"HGETALL", key});
+  fieldsOf(Reply(*reply), fields);
+  return {fields.begin(), fields.end()};
 }
 
 }  // namespace Statedb::Redis

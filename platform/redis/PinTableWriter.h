@@ -16,8 +16,10 @@
 #include <vector>
 
 #include "platform/model/PinDirectoryFollower.h"
-#include "platform/statedb/redis/DirtyKeys.h"
-#include "platform/statedb/redis/Link.h"
+#include "platform/redis/DirtyKeys.h"
+#include "platform/redis/Link.h"
+#include "platform/redis/TableScan.h"
+#include "platform/redis/Waiters.h"
 #include "platform/zel/Dir.h"
 
 namespace Statedb::Redis {
@@ -52,9 +54,9 @@ class PinTableWriter final : private Connection::Receiver,
   void onPinLeft(std::string const& name) override;
   void mark(std::string const& name);
   void flushSoon();
-  void scan(std::string const& cursor);
-  void readValue(std::string const& key);
-  void onReply(redisReply const& reply) override;
+  void scanned(Reply keys);
+  void readValue(std::string_view key);
+  void onReply(Reply reply) override;
   void syncStep();
   void rewritten();
 
@@ -66,11 +68,10 @@ class PinTableWriter final : private Connection::Receiver,
   DirtyKeys marked_;
   bool flushQueued_ = false;
   bool syncing_ = false;
-  bool scanning_ = false;
   bool inputsRead_ = false;
-  std::vector<std::function<void()>> rewriteWaiters_;
+  TableScan scan_;
+  Waiters rewriteWaiters_;
   std::deque<std::string> asked_;  // pins whose value is being read back, in the order asked
-  std::uint64_t generation_ = 0;
   std::uint64_t writes_ = 0;
   // Last: its first notifications come while it is built and find the rest ready.
   Hardware::Gpio::PinDirectoryFollower follower_;

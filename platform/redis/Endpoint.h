@@ -32,6 +32,18 @@ std::optional<Endpoint> endpointOf(std::string const& url, std::string& error);
 // machine without credentials lets anyone on the network light (or darken) the panel.
 std::string refusalOf(Endpoint const& endpoint, bool allowInsecure);
 
+// The server as a user names it: a URL, a password file that overrides the URL's
+// password-file, and whether plain TCP to another machine without credentials is allowed.
+struct ServerAddress {
+  std::string url;
+  std::string passwordFile;
+  bool allowInsecure = false;
+};
+
+// The endpoint `address` names, once it may be connected to (see refusalOf); nullopt with
+// `error` set otherwise. Every way to a backend resolves its address here.
+std::optional<Endpoint> endpointFor(ServerAddress const& address, std::string& error);
+
 // A loopback address written as such (127.0.0.0/8, ::1, ::ffff:127.x.y.z), or "localhost".
 bool isLoopback(std::string const& host);
 

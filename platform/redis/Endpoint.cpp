@@ -1,4 +1,4 @@
-#include "platform/statedb/redis/Endpoint.h"
+#include "platform/redis/Endpoint.h"
 
 #include <arpa/inet.h>
 #include <netinet/in.h>
@@ -155,6 +155,15 @@ std::string refusalOf(Endpoint const& endpoint, bool allowInsecure) {
   return "refusing " + endpoint.describe() +
          ": a database on another machine needs credentials (user and password-file), or "
          "--db-allow-insecure";
+}
+
+std::optional<Endpoint> endpointFor(ServerAddress const& address, std::string& error) {
+  auto endpoint = endpointOf(address.url, error);
+  if (!endpoint) return std::nullopt;
+  if (!address.passwordFile.empty()) endpoint->passwordFile = address.passwordFile;
+  error = refusalOf(*endpoint, address.allowInsecure);
+  if (!error.empty()) return std::nullopt;
+  return endpoint;
 }
 
 std::optional<std::string> passwordFrom(std::string const& path, std::string& error) {

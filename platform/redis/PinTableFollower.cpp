@@ -1,10 +1,7 @@
-#include "platform/statedb/redis/PinTableFollower.h"
-
-#include <hiredis/hiredis.h>
+#include "platform/redis/PinTableFollower.h"
 
 #include "platform/model/CorvelPinConfig.h"
-#include "platform/statedb/redis/Mirror.h"
-#include "platform/statedb/redis/TableCodec.h"
+#include "platform/redis/TableCodec.h"
 
 namespace Statedb::Redis {
 
@@ -14,11 +11,11 @@ namespace {
 
 constexpr char kPinType[] = "Hardware::Gpio::CorvelPinConfig";
 
-std::string const* fieldOf(Hash const& hash, std::string_view field) {
+std::optional<std::string_view> fieldOf(HashView hash, std::string_view field) {
   for (auto const& [name, value] : hash) {
-    if (name == field) return &value;
+    if (name == field) return value;
   }
-  return nullptr;
+  return std::nullopt;
 }
 
 }  // namespace
@@ -28,7 +25,10 @@ PinTableFollower::PinTableFollower(Zel::ActivityManager& loop, Endpoint endpoint
     : loop_(loop),
       link_(loop, std::move(endpoint), {kPinTable}, settings, log),
       pins_(&pins),
-      log_(std::move(log)) {
+      log_(std::move(log)),
+      scan_(
+          link_, kPinTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
+      quietWaiters_(loop) {
   link_.listenerIs(this);
 }
 
@@ -41,8 +41,7 @@ void PinTableFollower::onLinkUp() {
   ++generation_;
   seen_.clear();
   readsOwed_ = 0;
-  scanning_ = true;
-  scan("0");
+  scan_.start();
   if (upHandler_) upHandler_(true);
 }
 
@@ -50,7 +49,7 @@ void PinTableFollower::onLinkDown() {
   // Replies owed are gone with the connection; the whole read on reconnect covers them.
   ++generation_;
   readsOwed_ = 0;
-  scanning_ = false;
+  scan_.stop();
   if (upHandler_) upHandler_(false);
 }
 
@@ -71,18 +70,18 @@ void PinTableFollower::flushSoon() {
 void PinTableFollower::flush() {
   flushQueued_ = false;
   // Down: the reconnect reads everything. Scanning: the keys found are read when it ends.
-  if (!link_.isUp() || scanning_) return;
+  if (!link_.isUp() || scan_.isScanning()) return;
   for (auto const& key : dirty_.take()) read(key);
   quietCheck();
 }
 
 void PinTableFollower::read(std::string const& key) {
   auto decoded = keyNameOf(key);
-  if (!decoded.value) return log_(refusalLine(key, decoded.refusal));
+  if (!decoded.value) return log_({Severity::warning, key, refusalLine(key, decoded.refusal)});
   std::string name(decoded.value->name);
   std::uint64_t const generation = generation_;
   ++readsOwed_;
-  link_.command({"HGETALL", key}, [this, key, name, generation](redisReply const& reply) {
+  link_.command({"HGETALL", key}, [this, key, name, generation](Reply reply) {
     if (generation != generation_) return;
     --readsOwed_;
     apply(key, name, reply);
@@ -90,20 +89,23 @@ void PinTableFollower::read(std::string const& key) {
   });
 }
 
-void PinTableFollower::apply(std::string const& key, std::string const& name,
-                             redisReply const& reply) {
+void PinTableFollower::apply(std::string const& key, std::string const& name, Reply reply) {
   // A server that does not serve yet is one condition of the link, not one line per pin.
-  if (isNotServingYet(reply)) return link_.commandFailed(reply);
-  if (isError(reply)) return log_("statedb: cannot read " + key + ": " + replyText(reply));
+  if (reply.isNotServingYet()) return link_.commandFailed(reply);
+  if (reply.isError()) {
+    return log_(
+        {Severity::warning, key, "statedb: cannot read " + key + ": " + std::string(reply.text())});
+  }
   Zel::Name const entry(name);
-  Hash const hash = hashOfReply(reply);
-  if (hash.empty()) {
+  fieldsOf(reply, fields_);
+  if (fields_.empty()) {
     if (pins_->entityRef(entry)) pins_->entryDel(entry);
     return;
   }
-  std::string const* value = fieldOf(hash, kPinValueField);
+  auto const value = fieldOf(fields_, kPinValueField);
   if (!value || (*value != "0" && *value != "1")) {
-    return log_(refusalLine(key, Refusal{kPinValueField, value ? *value : "", "not 0 or 1"}));
+    Refusal const refusal{kPinValueField, std::string(value.value_or("")), "not 0 or 1"};
+    return log_({Severity::warning, key, refusalLine(key, refusal)});
   }
   std::uint32_t const lit = *value == "1" ? 1 : 0;
   auto pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(entry));
@@ -111,29 +113,15 @@ void PinTableFollower::apply(std::string const& key, std::string const& name,
   if (pin && pin->value() != lit) pin->valueIs(lit);
 }
 
-void PinTableFollower::scan(std::string const& cursor) {
-  std::uint64_t const generation = generation_;
-  link_.command({"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
-                [this, generation](redisReply const& reply) {
-                  if (generation != generation_) return;
-                  // Never taken for an empty table, which would darken every pin.
-                  if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-                    return link_.commandFailed(reply);
-                  }
-                  redisReply const& keys = *reply.element[1];
-                  for (std::size_t i = 0; i < keys.elements; ++i) {
-                    std::string key = replyText(*keys.element[i]);
-                    mark(key);
-                    seen_.insert(std::move(key));
-                  }
-                  std::string const next = replyText(*reply.element[0]);
-                  if (next == "0") return scanDone();
-                  scan(next);
-                });
+void PinTableFollower::scanned(Reply keys) {
+  for (std::size_t i = 0; i < keys.size(); ++i) {
+    std::string key(keys[i].text());
+    mark(key);
+    seen_.insert(std::move(key));
+  }
 }
 
 void PinTableFollower::scanDone() {
-  scanning_ = false;
   link_.wholeReadDone();
   // Gone while the link was down: no key, and nothing touched it since the read began.
   std::vector<Zel::Name> gone;
@@ -149,16 +137,13 @@ void PinTableFollower::scanDone() {
 
 void PinTableFollower::whenSynced(std::function<void()> done) {
   link_.probe([this, done = std::move(done)]() mutable {
-    quietWaiters_.push_back(std::move(done));
+    quietWaiters_.add(std::move(done));
     quietCheck();
   });
 }
 
 void PinTableFollower::quietCheck() {
-  if (!isQuiet() || quietWaiters_.empty()) return;
-  std::vector<std::function<void()>> waiters;
-  waiters.swap(quietWaiters_);
-  for (auto& done : waiters) loop_.taskIs(std::move(done));
+  if (isQuiet()) quietWaiters_.release();
 }
 
 }  // namespace Statedb::Redis

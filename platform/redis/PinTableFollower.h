@@ -13,8 +13,11 @@
 #include <unordered_set>
 #include <vector>
 
-#include "platform/statedb/redis/DirtyKeys.h"
-#include "platform/statedb/redis/Link.h"
+#include "platform/redis/DirtyKeys.h"
+#include "platform/redis/Link.h"
+#include "platform/redis/TableCodec.h"
+#include "platform/redis/TableScan.h"
+#include "platform/redis/Waiters.h"
 #include "platform/zel/Dir.h"
 
 namespace Statedb::Redis {
@@ -44,10 +47,10 @@ class PinTableFollower final : private Link::Listener {
   void flushSoon();
   void flush();
   void read(std::string const& key);
-  void apply(std::string const& key, std::string const& name, redisReply const& reply);
-  void scan(std::string const& cursor);
+  void apply(std::string const& key, std::string const& name, Reply reply);
+  void scanned(Reply keys);
   void scanDone();
-  bool isQuiet() const noexcept { return dirty_.empty() && readsOwed_ == 0 && !scanning_; }
+  bool isQuiet() const noexcept { return dirty_.empty() && readsOwed_ == 0 && !scan_.isScanning(); }
   void quietCheck();
 
   Zel::ActivityManager& loop_;
@@ -57,10 +60,11 @@ class PinTableFollower final : private Link::Listener {
   DirtyKeys dirty_;
   std::unordered_set<std::string> seen_;  // keys the whole read found
   bool flushQueued_ = false;
-  bool scanning_ = false;
+  TableScan scan_;
   std::size_t readsOwed_ = 0;
-  std::uint64_t generation_ = 0;
-  std::vector<std::function<void()>> quietWaiters_;
+  std::uint64_t generation_ = 0;  // counts ups and downs: a read of an earlier one is dropped
+  Waiters quietWaiters_;
+  std::vector<FieldView> fields_;  // of the pin being applied; kept to reuse its capacity
   std::function<void(bool up)> upHandler_;
 };
 

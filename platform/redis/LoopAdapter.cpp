@@ -1,4 +1,4 @@
-#include "platform/statedb/redis/LoopAdapter.h"
+#include "platform/redis/LoopAdapter.h"
 
 #include <hiredis/async.h>
 #include <hiredis/hiredis.h>

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "platform/statedb/redis/Endpoint.h"
-#include "platform/statedb/redis/TableCodec.h"
+#include "platform/redis/Endpoint.h"
+#include "platform/redis/TableCodec.h"
 
 struct redisContext;
 struct redisReply;
