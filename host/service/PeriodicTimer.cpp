@@ -1,4 +1,4 @@
-#include "host/serve/PeriodicTimer.h"
+#include "host/service/PeriodicTimer.h"
 
 #include "platform/zel/Allocate.h"
 

@@ -16,9 +16,9 @@
 #include <unordered_set>
 #include <vector>
 
-#include "host/drive/GpioLines.h"
-#include "host/drive/PinBackend.h"
-#include "host/drive/PinMap.h"
+#include "host/pins/GpioLines.h"
+#include "host/pins/PinBackend.h"
+#include "host/pins/PinMap.h"
 #include "platform/model/PinDirectoryFollower.h"
 #include "platform/zel/ActivityManager.h"
 #include "platform/zel/Dir.h"

@@ -1,4 +1,4 @@
-#include "host/drive/PinDriver.h"
+#include "host/pins/PinDriver.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -6,10 +6,10 @@
 #include <iterator>
 #include <utility>
 
-#include "host/drive/FileBackend.h"
-#include "host/drive/GpiodBackend.h"
-#include "host/drive/LedClassBackend.h"
-#include "host/drive/LibGpiodLines.h"
+#include "host/pins/FileBackend.h"
+#include "host/pins/GpiodBackend.h"
+#include "host/pins/LedClassBackend.h"
+#include "host/pins/LibGpiodLines.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Clock.h"
