@@ -23,8 +23,12 @@ Service::Service(Zel::ActivityManager& loop, std::vector<std::string> commandLin
       reload_(std::move(commandLine), options.configPath),
       reloadApplies_(std::move(reloadApplies)),
       hooks_(std::move(hooks)),
-      signals_(loop, [this](int signal) { onSignal(signal); }, {SIGINT, SIGTERM, SIGHUP, SIGUSR2}) {
-}
+      signals_(loop, [this](int signal) { onSignal(signal); }, {SIGINT, SIGTERM, SIGHUP, SIGUSR2}),
+      watchdog_(loop, [this] { notifier_.watchdog(); }),
+      statusTimer_(loop, [this] {
+        statusUpdate();
+        if (hooks_.everyStatus) hooks_.everyStatus();
+      }) {}
 
 bool Service::claimPins(Drive::PinMap map, Zel::Dir& pins) {
   PinClaim claim = Host::claimPins(
@@ -41,12 +45,9 @@ bool Service::claimPins(Drive::PinMap map, Zel::Dir& pins) {
 
 void Service::timersStart() {
   if (std::optional<double> const interval = SystemdNotifier::watchdogPingInterval()) {
-    watchdog_.emplace(loop_, *interval, [this] { notifier_.watchdog(); });
+    watchdog_.startRepeating(*interval);
   }
-  statusTimer_.emplace(loop_, kStatusInterval, [this] {
-    statusUpdate();
-    if (hooks_.everyStatus) hooks_.everyStatus();
-  });
+  statusTimer_.startRepeating(kStatusInterval);
 }
 
 void Service::ready() {

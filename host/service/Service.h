@@ -7,7 +7,6 @@
 
 #include <functional>
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -16,11 +15,11 @@
 #include "host/run/Options.h"
 #include "host/run/SignalWatch.h"
 #include "host/service/ConfigReload.h"
-#include "host/service/PeriodicTimer.h"
 #include "host/service/ServiceLog.h"
 #include "host/service/SystemdNotifier.h"
 #include "platform/zel/ActivityManager.h"
 #include "platform/zel/Dir.h"
+#include "platform/zel/Timer.h"
 
 namespace Host {
 
@@ -76,8 +75,9 @@ class Service {
   // Declared before what reaches it, so that the timers and the signal watch go first.
   std::unique_ptr<Drive::PinDriver> driver_;
   SignalWatch signals_;
-  std::optional<PeriodicTimer> watchdog_;
-  std::optional<PeriodicTimer> statusTimer_;
+  // On the loop's own clock: a loop that is stuck stops the pings, as the watchdog must see.
+  Zel::Timer watchdog_;
+  Zel::Timer statusTimer_;
   int status_ = 0;
 };
 

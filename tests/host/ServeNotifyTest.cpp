@@ -344,9 +344,36 @@ class ServeDatabaseTest : public ServeNotifyTest {
     publisher_->hashIs("LED_CONFIG|Led1", {{"green", "1"}}, true);
   }
 
-  void serve() {
-    startWardenWith({"serve", "--agent", AGENT_PLUGIN, "--db", server_.url(), "--pins",
-                     (dir_ / "pins.toml").string(), "--lamp-test-seconds", "1"});
+  void serve(std::vector<std::string> const& more = {}) {
+    std::vector<std::string> arguments{"serve", "--agent", AGENT_PLUGIN, "--db", server_.url()};
+    std::string const map = (dir_ / "pins.toml").string();
+    arguments.insert(arguments.end(), {"--pins", map, "--lamp-test-seconds", "1"});
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    startWardenWith(arguments);
+  }
+
+  // The body of the panel's answer to GET `path` on the unix socket `socket`.
+  std::string httpGet(fs::path const& socket, std::string const& path) {
+    int const fd = ::socket(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    sockaddr_un address{};
+    address.sun_family = AF_UNIX;
+    socket.string().copy(address.sun_path, sizeof address.sun_path - 1);
+    std::string answer;
+    if (::connect(fd, reinterpret_cast<sockaddr*>(&address), sizeof address) == 0) {
+      std::string const request = "GET " + path + " HTTP/1.0\r\n\r\n";
+      if (::send(fd, request.data(), request.size(), MSG_NOSIGNAL) > 0) {
+        char buffer[4096];
+        pollfd ready{fd, POLLIN, 0};
+        while (::poll(&ready, 1, 5000) > 0) {
+          ssize_t const size = ::recv(fd, buffer, sizeof buffer, 0);
+          if (size <= 0) break;
+          answer.append(buffer, static_cast<std::size_t>(size));
+        }
+      }
+    }
+    ::close(fd);
+    std::size_t const body = answer.find("\r\n\r\n");
+    return body == std::string::npos ? "" : answer.substr(body + 4);
   }
 
   std::string pinTableValue(std::string const& pin) {
@@ -416,9 +443,12 @@ TEST_F(ServeDatabaseTest, ReadyOnceTheTablesAreAppliedThenReportsTheLossAndRecov
 
 TEST_F(ServeDatabaseTest, LampTestLightsEveryPinThenRestoresWithoutTouchingThePinTable) {
   publishGreenLed();
-  serve();
+  fs::path const panel = dir_ / "http.sock";
+  serve({"--http", "unix:" + panel.string()});
   ASSERT_TRUE(awaitMessage("READY=1", 20)) << wardenLog();
   ASSERT_TRUE(awaitValues("g 1\nr 0\n", 5)) << values();
+  // The pins are claimed after the first read, and the panel still shows the driver's view.
+  EXPECT_NE(httpGet(panel, "/pins").find("\"backend\":\"file\""), std::string::npos);
 
   ASSERT_EQ(::kill(child_, SIGUSR2), 0);
   ASSERT_TRUE(awaitValues("g 1\nr 1\n", 5)) << values() << wardenLog();
