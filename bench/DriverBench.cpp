@@ -24,7 +24,7 @@
 #include "bench/support/AgentRig.h"
 #include "bench/support/Measure.h"
 #include "bench/support/SettingPublisher.h"
-#include "host/drive/PinDriver.h"
+#include "host/pins/PinDriver.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/Allocate.h"
 

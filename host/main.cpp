@@ -4,11 +4,11 @@
 #include <string>
 #include <vector>
 
+#include "host/drive/DriveRun.h"
 #include "host/live/LiveRun.h"
 #include "host/run/ExitStatus.h"
 #include "host/run/Options.h"
 #include "host/script/CheckRun.h"
-#include "host/serve/DriveRun.h"
 #include "host/serve/ServeRun.h"
 
 int main(int argc, char** argv) {

@@ -2,8 +2,8 @@
 
 #include <cstdio>
 
-#include "host/drive/PinDriver.h"
 #include "host/http/PanelJson.h"
+#include "host/pins/PinDriver.h"
 
 namespace Http {
 

@@ -5,7 +5,7 @@
 #include <sstream>
 #include <unordered_set>
 
-#include "host/drive/PinDriver.h"
+#include "host/pins/PinDriver.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/model/GpioLedConfig.h"
 #include "platform/model/LedConfig.h"

@@ -6,7 +6,7 @@
 #include <fstream>
 #include <sstream>
 
-#include "host/drive/PinDriver.h"
+#include "host/pins/PinDriver.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/model/GpioLedConfig.h"
 #include "platform/model/PinColour.h"

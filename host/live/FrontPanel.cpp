@@ -9,8 +9,8 @@
 #include <cstdlib>
 #include <string_view>
 
-#include "host/drive/PinDriver.h"
 #include "host/live/PinChangeLog.h"
+#include "host/pins/PinDriver.h"
 #include "platform/zel/Allocate.h"
 
 namespace Host {

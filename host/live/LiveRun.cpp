@@ -12,17 +12,18 @@
 #include <optional>
 #include <sstream>
 
-#include "host/drive/DriverReport.h"
-#include "host/drive/PinDriver.h"
 #include "host/http/PanelHttp.h"
 #include "host/live/Console.h"
 #include "host/live/FrontPanel.h"
 #include "host/live/PinChangeLog.h"
 #include "host/live/PinWatcher.h"
-#include "host/live/SignalWatch.h"
+#include "host/pins/DriverReport.h"
+#include "host/pins/PinDriver.h"
 #include "host/run/ExitStatus.h"
+#include "host/run/PinClaim.h"
 #include "host/run/RunSetup.h"
 #include "host/run/ServerDatabase.h"
+#include "host/run/SignalWatch.h"
 #include "host/script/CommandTable.h"
 #include "host/script/Executor.h"
 #include "host/script/ScriptFile.h"
@@ -118,20 +119,15 @@ class LiveRun {
   // the run before anything is lit. Returns the exit status of a refusal, 0 once claimed.
   int startDriver(Session& session) {
     if (options_.pinMap.empty()) return kExitDone;
-    try {
-      Drive::DriverOptions driverOptions;
-      driverOptions.partial = options_.pinsPartial;
-      driver_ = std::make_unique<Drive::PinDriver>(
-          Drive::loadPinMap(options_.pinMap), session.pins(), session.loop(),
-          [](std::string const& line) { std::cout << line << std::endl; }, driverOptions);
-    } catch (Drive::PinMapError const& error) {
-      std::cerr << "warden: " << error.what() << '\n';
-      return kExitWrongInput;
-    } catch (Drive::DriveError const& error) {
-      std::cerr << "warden: pins that cannot be driven (--pins-partial drives the rest):\n"
-                << error.what() << '\n';
-      return exitStatusOf(error);
+    PinClaim claim = claimPins(
+        session.pins(), session.loop(), options_,
+        [](std::string const& line) { std::cout << line << std::endl; },
+        OptionSpelling::commandLine);
+    if (!claim.driver) {
+      std::cerr << "warden: " << claim.refusal << '\n';
+      return claim.status;
     }
+    driver_ = std::move(claim.driver);
     return kExitDone;
   }
 

@@ -4,13 +4,16 @@
 // the framework's generic interface.
 #pragma once
 
+#include "platform/model/DatabasePaths.h"
+
 namespace Host {
 
 // The GPIO LED mappings and the LED configuration that the host publishes as the other agents.
-inline constexpr char kMappingPath[] = "hardware/gpio/config/led";
-inline constexpr char kLedConfigPath[] = "hardware/led/config";
-// The pin configuration that the agent writes.
-inline constexpr char kPinPath[] = "hardware/corvel/gpio/config";
+inline constexpr auto& kMappingPath = Hardware::kGpioLedMappingPath;
+inline constexpr auto& kLedConfigPath = Hardware::kLedConfigPath;
+// The pin configuration that the agent writes, and the agent's own entry among the pins.
+inline constexpr auto& kPinPath = Hardware::kCorvelPinPath;
+inline constexpr auto& kAgentOutputEntry = Hardware::kLedSystemEntry;
 
 // The facility of the agent's own records, the ones that `expect trace` checks.
 inline constexpr char kAgentTraceFacility[] = "Pinlamp";

@@ -3,7 +3,7 @@
 // fail again, in a loop, until someone edits it.
 #pragma once
 
-#include "host/drive/PinDriver.h"
+#include "host/pins/PinDriver.h"
 
 namespace Host {
 

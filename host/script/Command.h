@@ -12,13 +12,13 @@
 #include <variant>
 #include <vector>
 
+#include "platform/model/PinColour.h"
+
 namespace Host {
 
-// The colour elements of an LED, in the order in which their pins are written.
-enum class Colour { yellow, green, red, orange };
-inline constexpr std::size_t kColourCount = 4;
-inline constexpr std::array<std::string_view, kColourCount> kColourNames = {"yellow", "green",
-                                                                            "red", "orange"};
+// The colour elements of an LED are the model's (its colour table names them).
+using Colour = Hardware::Gpio::PinColour;
+inline constexpr std::size_t kColourCount = Hardware::Gpio::kPinColourCount;
 
 // `set mapping` and `replace mapping`: a colour that is not named is nullopt.
 struct MappingCommand {

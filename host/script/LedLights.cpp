@@ -27,14 +27,9 @@ std::optional<std::uint32_t> pinValue(Zel::Dir const& pins, Zel::Name const& pin
 LedLights ledLights(Hardware::Gpio::GpioLedConfig const& mapping, Zel::Dir const& pins) {
   LedLights lights;
   lights.name = mapping.name().stdString();
-  lights.elements[static_cast<std::size_t>(Colour::yellow)] =
-      elementLight(mapping.gpioYellowName(), pins);
-  lights.elements[static_cast<std::size_t>(Colour::green)] =
-      elementLight(mapping.gpioGreenName(), pins);
-  lights.elements[static_cast<std::size_t>(Colour::red)] =
-      elementLight(mapping.gpioRedName(), pins);
-  lights.elements[static_cast<std::size_t>(Colour::orange)] =
-      elementLight(mapping.gpioOrangeName(), pins);
+  for (Colour const colour : Hardware::Gpio::kPinColours) {
+    lights.elements[Hardware::Gpio::indexOf(colour)] = elementLight(mapping.pinNames(colour), pins);
+  }
   return lights;
 }
 

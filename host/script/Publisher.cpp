@@ -23,14 +23,17 @@ void publishMapping(Hardware::Gpio::GpioLedSystemConfigDir& mappings,
   Inputs::mappingApplied(mappings, Zel::Name(command.led), changeOf(command.replace), fields);
 }
 
-void publishLed(Hardware::Led::LedSystemConfigDir& leds, LedCommand const& command) {
+Led::LightSetting settingOf(LedCommand const& command) {
   Led::LightSetting setting;
-  setting.yellow = command.lit[static_cast<std::size_t>(Colour::yellow)];
-  setting.green = command.lit[static_cast<std::size_t>(Colour::green)];
-  setting.red = command.lit[static_cast<std::size_t>(Colour::red)];
-  setting.orange = command.lit[static_cast<std::size_t>(Colour::orange)];
+  for (Hardware::Gpio::ColourRow const& row : Hardware::Gpio::kColourTable) {
+    setting.*row.lit = command.lit[Hardware::Gpio::indexOf(row.colour)];
+  }
   setting.flashInterval = command.flashInterval;
-  Inputs::ledApplied(leds, Zel::Name(command.led), changeOf(command.replace), setting);
+  return setting;
+}
+
+void publishLed(Hardware::Led::LedSystemConfigDir& leds, LedCommand const& command) {
+  Inputs::ledApplied(leds, Zel::Name(command.led), changeOf(command.replace), settingOf(command));
 }
 
 bool withdrawMapping(Hardware::Gpio::GpioLedSystemConfigDir& mappings, std::string const& led) {

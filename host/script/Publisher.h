@@ -17,6 +17,9 @@ namespace Host {
 void publishMapping(Hardware::Gpio::GpioLedSystemConfigDir& mappings,
                     MappingCommand const& command);
 
+// What `set led` and `replace led` ask an LED to show, on either database.
+Led::LightSetting settingOf(LedCommand const& command);
+
 // `set led`: a new configuration is inserted holding the setting, a published one gets the
 // setting written. `replace led`: a new configuration takes the old one's place in one step.
 void publishLed(Hardware::Led::LedSystemConfigDir& leds, LedCommand const& command);

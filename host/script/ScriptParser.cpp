@@ -73,13 +73,6 @@ Integer parseInteger(std::string const& text, std::string_view what, Integer max
   return value;
 }
 
-std::optional<Colour> colourNamed(std::string_view name) {
-  for (std::size_t i = 0; i < kColourCount; ++i) {
-    if (kColourNames[i] == name) return static_cast<Colour>(i);
-  }
-  return std::nullopt;
-}
-
 std::vector<std::string> parsePins(std::string_view list) {
   std::vector<std::string> pins;
   if (list.empty()) return pins;
@@ -175,7 +168,7 @@ class LineParser {
       std::string const argument = word("argument");
       std::size_t const equals = argument.find('=');
       std::string const key = argument.substr(0, equals);
-      std::optional<Colour> const colour = colourNamed(key);
+      std::optional<Colour> const colour = Hardware::Gpio::colourNamed(key);
       if (equals == std::string::npos) {
         if (colour || key == "ready") throw Malformed{key + " needs a value (" + key + "=...)"};
         throw Malformed{"unknown mapping argument " + quote(argument)};
@@ -205,7 +198,7 @@ class LineParser {
     bool anyColour = false;
     while (!atEnd()) {
       std::string const argument = word("argument");
-      if (std::optional<Colour> const colour = colourNamed(argument)) {
+      if (std::optional<Colour> const colour = Hardware::Gpio::colourNamed(argument)) {
         bool& lit = command.lit[static_cast<std::size_t>(*colour)];
         if (lit) throw Malformed{argument + " given twice"};
         lit = anyColour = true;

@@ -2,6 +2,8 @@
 
 #include <iostream>
 
+#include "host/script/Publisher.h"
+
 namespace Host {
 
 using namespace Statedb::Redis;
@@ -72,13 +74,7 @@ void ServerTables::publish(MappingCommand const& command) {
 }
 
 void ServerTables::publish(LedCommand const& command) {
-  Led::LightSetting setting;
-  setting.yellow = command.lit[static_cast<std::size_t>(Colour::yellow)];
-  setting.green = command.lit[static_cast<std::size_t>(Colour::green)];
-  setting.red = command.lit[static_cast<std::size_t>(Colour::red)];
-  setting.orange = command.lit[static_cast<std::size_t>(Colour::orange)];
-  setting.flashInterval = command.flashInterval;
-  publisher_->hashIs(keyOf(kLedTable, command.led), hashOf(setting), command.replace);
+  publisher_->hashIs(keyOf(kLedTable, command.led), hashOf(settingOf(command)), command.replace);
 }
 
 bool ServerTables::withdraw(RemoveCommand const& command) {

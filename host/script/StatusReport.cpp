@@ -21,7 +21,7 @@ std::string litColours(LedLights const& lights) {
     anyPins = anyPins || lights.elements[colour].hasPins;
     if (!lights.elements[colour].lit) continue;
     if (!text.empty()) text += '+';
-    text += kColourNames[colour];
+    text += Hardware::Gpio::kColourTable[colour].name;
   }
   if (text.empty()) return anyPins ? "dark" : "no pins";
   return text;

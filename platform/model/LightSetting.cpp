@@ -3,6 +3,8 @@
 #include <cstring>
 #include <ostream>
 
+#include "platform/model/PinColour.h"
+
 namespace Led {
 
 bool operator==(LightSetting const& a, LightSetting const& b) noexcept {
@@ -15,15 +17,11 @@ bool operator==(LightSetting const& a, LightSetting const& b) noexcept {
 std::ostream& operator<<(std::ostream& out, LightSetting const& setting) {
   out << '[';
   char const* separator = "";
-  auto colour = [&](bool lit, char const* name) {
-    if (!lit) return;
-    out << separator << name;
+  for (Hardware::Gpio::ColourRow const& row : Hardware::Gpio::kColourTable) {
+    if (!(setting.*row.lit)) continue;
+    out << separator << row.name;
     separator = "+";
-  };
-  colour(setting.yellow, "yellow");
-  colour(setting.green, "green");
-  colour(setting.red, "red");
-  colour(setting.orange, "orange");
+  }
   if (setting.isDark()) out << "off";
   if (setting.isFlashing()) {
     out << " flash " << setting.flashInterval << 's';

@@ -1,6 +1,6 @@
 // Led::LightSetting: what one LED should show. Four colour flags (any number may be set) and the
-// time between two flash toggles, 0.0 meaning steady. The colour flags come first, in the order
-// orange, green, red, yellow, which is the LED model's own layout.
+// time between two flash toggles, 0.0 meaning steady. The colour flags come first, in the LED
+// model's own layout; the colour table (PinColour.h) names each flag.
 #pragma once
 
 #include <cstdint>
@@ -25,8 +25,8 @@ struct LightSetting {
 // pattern, so rewriting such a setting is no change.
 bool operator==(LightSetting const& a, LightSetting const& b) noexcept;
 
-// Prints "[<colours> steady]" or "[<colours> flash <interval>s]", with the lit colours in pin
-// order (yellow, green, red, orange) joined by "+", or "off" when none is lit; for example
+// Prints "[<colours> steady]" or "[<colours> flash <interval>s]", with the lit colours in the
+// colour table's order (PinColour.h) joined by "+", or "off" when none is lit; for example
 // "[green steady]", "[yellow+red flash 0.5s]", "[off steady]".
 std::ostream& operator<<(std::ostream& out, LightSetting const& setting);
 

@@ -5,7 +5,7 @@
 #include <vector>
 
 #include "agent/AgentFactory.h"
-#include "host/drive/PinDriver.h"
+#include "host/pins/PinDriver.h"
 #include "host/run/Session.h"
 #include "host/script/Publisher.h"
 #include "platform/model/CorvelPinConfig.h"

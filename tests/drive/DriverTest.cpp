@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "host/drive/PinDriver.h"
+#include "host/pins/PinDriver.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Allocate.h"

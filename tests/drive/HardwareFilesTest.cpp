@@ -5,7 +5,7 @@
 #include <sstream>
 #include <string>
 
-#include "host/drive/PinDriver.h"
+#include "host/pins/PinDriver.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/ActivityManagerScope.h"
 #include "tests/drive/RecordingLines.h"

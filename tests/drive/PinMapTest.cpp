@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "host/drive/PinMap.h"
+#include "host/pins/PinMap.h"
 
 namespace Drive {
 namespace {

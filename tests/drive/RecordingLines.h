@@ -11,7 +11,7 @@
 #include <system_error>
 #include <vector>
 
-#include "host/drive/GpioLines.h"
+#include "host/pins/GpioLines.h"
 
 namespace Drive {
 

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "host/serve/Readiness.h"
-#include "host/serve/ServeConfig.h"
+#include "host/service/ServeConfig.h"
 
 namespace Host {
 namespace {

@@ -8,6 +8,7 @@
 
 #include "agent/AgentFactory.h"
 #include "platform/model/CorvelGpioLedSystemConfigDir.h"
+#include "platform/model/DatabasePaths.h"
 #include "platform/zel/Exception.h"
 
 namespace PinlampReliability {
@@ -22,14 +23,14 @@ using Hardware::Led::LedSystemConfigDir;
 // The database entities behind the agent's mounts. Made before the agent, so that the mounts find
 // them and the agent's own allocations can be told apart from the database's.
 constexpr std::pair<char const*, char const*> kMountedEntities[] = {
-    {"hardware/gpio/config/led", "Hardware::Gpio::GpioLedSystemConfigDir"},
-    {"hardware/led/config", "Hardware::Led::LedSystemConfigDir"},
+    {Hardware::kGpioLedMappingPath, "Hardware::Gpio::GpioLedSystemConfigDir"},
+    {Hardware::kLedConfigPath, "Hardware::Led::LedSystemConfigDir"},
     {"hardware/led/configInit", "Hardware::Led::LedSystemConfigDir"},
     {"hardware/fanController/config", "Zel::Dir"},
     {"environment/cooling/config", "Environment::Cooling::Config"},
     {"hardware/corvel/gpio/init", "Zel::Dir"},
     {"hardware/gpio/config", "Zel::Dir"},
-    {"hardware/corvel/gpio/config", "Zel::Dir"},
+    {Hardware::kCorvelPinPath, "Zel::Dir"},
 };
 
 // Old mapping objects kept to poke at after they left the directory.
@@ -89,9 +90,10 @@ LedWorld::LedWorld(std::size_t ledCount, std::size_t pinCount)
       entityManager_(Statedb::EntityManager::entityManagerIs(database_)),
       model_(ledNames_) {
   for (auto const& [path, typeName] : kMountedEntities) database_->entityIs(path, typeName);
-  mappings_ = Zel::ptrCast<GpioLedSystemConfigDir>(database_->entity("hardware/gpio/config/led"));
-  configs_ = Zel::ptrCast<LedSystemConfigDir>(database_->entity("hardware/led/config"));
-  pins_ = Zel::ptrCast<Zel::Dir>(database_->entity("hardware/corvel/gpio/config"));
+  mappings_ =
+      Zel::ptrCast<GpioLedSystemConfigDir>(database_->entity(Hardware::kGpioLedMappingPath));
+  configs_ = Zel::ptrCast<LedSystemConfigDir>(database_->entity(Hardware::kLedConfigPath));
+  pins_ = Zel::ptrCast<Zel::Dir>(database_->entity(Hardware::kCorvelPinPath));
 }
 
 LedWorld::~LedWorld() {
@@ -117,7 +119,7 @@ void LedWorld::retire(Zel::Ptr<GpioLedConfig> const& mapping) {
 void LedWorld::mappingPublished(std::string const& name, bool ready, PinChoice const& pins) {
   Zel::Ptr<GpioLedConfig> mapping = GpioLedConfig::gpioLedConfigIs(name);
   for (int colour = 0; colour < kColourCount; ++colour) {
-    for (std::string const& pin : pins[colour]) ((*mapping).*kColours[colour].list)(pin, true);
+    for (std::string const& pin : pins[colour]) mapping->pinNamesIs(kColours[colour].colour, pin);
   }
   if (ready) {
     mapping->readyIs(true);
@@ -165,9 +167,9 @@ void LedWorld::pinListed(std::string const& name, int colour, std::string const&
   Zel::Ptr<GpioLedConfig> const& mapping = model_.led(name).mapping;
   if (!mapping) return;
   if (listed) {
-    ((*mapping).*kColours[colour].list)(pin, true);
+    mapping->pinNamesIs(kColours[colour].colour, pin);
   } else {
-    ((*mapping).*kColours[colour].unlist)(pin);
+    mapping->pinNamesDel(kColours[colour].colour, pin);
   }
 }
 
@@ -294,8 +296,8 @@ std::string outputMismatch(CorvelGpioLedConfig const& output, ModelOutput const&
                            LedWorldModel const& model, Zel::Dir const& directory) {
   std::ostringstream out;
   for (int colour = 0; colour < kColourCount; ++colour) {
-    PinConfigs const& pins = (output.*kColours[colour].output)();
-    char const* const name = kColours[colour].name;
+    PinConfigs const& pins = output.pins(kColours[colour].colour);
+    std::string_view const name = kColours[colour].name;
     if (pins.size() != expected[colour].size()) {
       out << name << " has " << pins.size() << " pins, model " << expected[colour].size() << "; ";
     }

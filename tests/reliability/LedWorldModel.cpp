@@ -6,19 +6,6 @@
 
 namespace PinlampReliability {
 
-using G = GpioLedConfig;
-using C = CorvelGpioLedConfig;
-std::array<Colour, kColourCount> const kColours = {{
-    {"yellow", &Led::LightSetting::yellow, &G::gpioYellowName, &G::gpioYellowNameIs,
-     &G::gpioYellowNameDel, &C::gpioYellow},
-    {"green", &Led::LightSetting::green, &G::gpioGreenName, &G::gpioGreenNameIs,
-     &G::gpioGreenNameDel, &C::gpioGreen},
-    {"red", &Led::LightSetting::red, &G::gpioRedName, &G::gpioRedNameIs, &G::gpioRedNameDel,
-     &C::gpioRed},
-    {"orange", &Led::LightSetting::orange, &G::gpioOrangeName, &G::gpioOrangeNameIs,
-     &G::gpioOrangeNameDel, &C::gpioOrange},
-}};
-
 LedWorldModel::LedWorldModel(std::vector<std::string> const& ledNames) {
   for (std::string const& name : ledNames) leds_[name];
 }
@@ -82,7 +69,7 @@ void LedWorldModel::createLedConfig(std::string const& name) {
   if (!mapping.ready()) return;
   if (!led.output) led.output.emplace();
   for (int colour = 0; colour < kColourCount; ++colour) {
-    for (auto member : (mapping.*kColours[colour].listed)()) {
+    for (auto member : mapping.pinNames(kColours[colour].colour)) {
       std::string const pin = member.key.stdString();
       (*led.output)[colour][pin] = pinEntity(pin);
     }

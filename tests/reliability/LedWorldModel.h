@@ -25,17 +25,10 @@ using Hardware::Gpio::CorvelGpioLedConfig;
 using Hardware::Gpio::GpioLedConfig;
 using Hardware::Led::LedConfig;
 
-// Everything that differs per colour, in the order in which pins are created and written.
-struct Colour {
-  char const* name;
-  bool Led::LightSetting::*lit;
-  Hardware::Gpio::PinNameSet const& (GpioLedConfig::*listed)() const;
-  void (GpioLedConfig::*list)(Zel::Name const&, bool);
-  std::optional<bool> (GpioLedConfig::*unlist)(Zel::Name const&);
-  Hardware::Gpio::PinConfigs const& (CorvelGpioLedConfig::*output)() const;
-};
-constexpr int kColourCount = 4;
-extern std::array<Colour, kColourCount> const kColours;
+// The colours in the order in which pins are created and written: the model's own table.
+using Colour = Hardware::Gpio::ColourRow;
+inline constexpr auto const& kColours = Hardware::Gpio::kColourTable;
+constexpr int kColourCount = static_cast<int>(Hardware::Gpio::kPinColourCount);
 
 constexpr double kNever = std::numeric_limits<double>::infinity();
 

@@ -201,8 +201,8 @@ Step RandomSteps::change() {
       std::string const& pin = randomPin();
       bool const listed = random_.coin();
       world_.pinListed(name, colour, pin, listed);
-      return settled(std::string(listed ? "list " : "unlist ") + kColours[colour].name + " pin " +
-                         pin + " in mapping " + name,
+      return settled(std::string(listed ? "list " : "unlist ") +
+                         std::string(kColours[colour].name) + " pin " + pin + " in mapping " + name,
                      name);
     }
     case publishConfig: {

@@ -15,6 +15,7 @@
 #include "agent/Agent.h"
 #include "agent/AgentFactory.h"
 #include "platform/model/CorvelPinConfig.h"
+#include "platform/model/DatabasePaths.h"
 #include "platform/model/GpioLedConfig.h"
 #include "platform/model/GpioLedSystemConfigDir.h"
 #include "platform/model/LedConfig.h"
@@ -27,9 +28,9 @@
 
 namespace PinlampTest {
 
-inline constexpr char kMappingPath[] = "hardware/gpio/config/led";
-inline constexpr char kLedPath[] = "hardware/led/config";
-inline constexpr char kPinPath[] = "hardware/corvel/gpio/config";
+inline constexpr auto& kMappingPath = Hardware::kGpioLedMappingPath;
+inline constexpr auto& kLedPath = Hardware::kLedConfigPath;
+inline constexpr auto& kPinPath = Hardware::kCorvelPinPath;
 
 // The pin names of one LED's colour elements.
 struct PinNames {

@@ -8,8 +8,8 @@
 #include <string>
 #include <vector>
 
-#include "host/drive/GpioLines.h"
-#include "host/drive/PinBackend.h"
+#include "host/pins/GpioLines.h"
+#include "host/pins/PinBackend.h"
 
 namespace Drive {
 

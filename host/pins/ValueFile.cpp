@@ -1,4 +1,4 @@
-#include "host/drive/ValueFile.h"
+#include "host/pins/ValueFile.h"
 
 #include <fcntl.h>
 #include <unistd.h>

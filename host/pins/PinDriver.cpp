@@ -1,4 +1,4 @@
-#include "host/drive/PinDriver.h"
+#include "host/pins/PinDriver.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -6,13 +6,11 @@
 #include <iterator>
 #include <utility>
 
-#include "host/drive/FileBackend.h"
-#include "host/drive/GpiodBackend.h"
-#include "host/drive/LedClassBackend.h"
-#include "host/drive/LibGpiodLines.h"
+#include "host/pins/FileBackend.h"
+#include "host/pins/GpiodBackend.h"
+#include "host/pins/LedClassBackend.h"
+#include "host/pins/LibGpiodLines.h"
 #include "platform/model/CorvelPinConfig.h"
-#include "platform/zel/Allocate.h"
-#include "platform/zel/Clock.h"
 
 namespace Drive {
 
@@ -118,18 +116,6 @@ DriveError refusal(PinMap const& map, std::vector<PinFault> const& faults) {
 
 }  // namespace
 
-class PinDriver::LampTimer : public Zel::Clock::NotifieeConst {
- public:
-  explicit LampTimer(PinDriver* owner) : owner_(owner) {}
-  void onTime() override {
-    if (owner_) owner_->lampTestEnd();
-  }
-  void ownerDel() noexcept { owner_ = nullptr; }
-
- private:
-  PinDriver* owner_;
-};
-
 PinDriver::PinDriver(PinMap map, Zel::Dir& pins, Zel::ActivityManager& loop, Log log,
                      DriverOptions options)
     : map_(std::move(map)),
@@ -138,7 +124,7 @@ PinDriver::PinDriver(PinMap map, Zel::Dir& pins, Zel::ActivityManager& loop, Log
       log_(std::move(log)),
       options_(std::move(options)),
       pins_(map_.pins.size()),
-      alive_(std::make_shared<bool>(true)) {
+      lampTimer_(loop, [this] { lampTestEnd(); }) {
   for (std::size_t i = 0; i < pins_.size(); ++i) pins_[i].address = &map_.pins[i];
   claimAll();
   // The base is private: std::optional could not convert to it on its own.
@@ -146,12 +132,7 @@ PinDriver::PinDriver(PinMap map, Zel::Dir& pins, Zel::ActivityManager& loop, Log
 }
 
 PinDriver::~PinDriver() {
-  *alive_ = false;
   follower_.reset();
-  if (lampTimer_) {
-    lampTimer_->ownerDel();
-    lampTimer_->notifierIs(nullptr);
-  }
 }
 
 void PinDriver::check(PinMap const& map, DriverOptions const& options) {
@@ -241,8 +222,8 @@ void PinDriver::mark(std::size_t pin) {
   }
   if (latchQueued_) return;
   latchQueued_ = true;
-  loop_.turnEndTaskIs([this, alive = alive_] {
-    if (*alive) latch();
+  loop_.turnEndTaskIs([driver = weak_.weakPtr()] {
+    if (driver) driver->latch();
   });
 }
 
@@ -310,13 +291,9 @@ void PinDriver::errorIs(std::size_t index, std::string text) {
 }
 
 void PinDriver::lampTest(double seconds) {
-  if (!lampTimer_) {
-    lampTimer_ = Zel::allocate<LampTimer>(this);
-    lampTimer_->notifierIs(loop_.clock());
-  }
   lampOn_ = true;
   ++counters_.lampTests;
-  lampTimer_->timeMinIs(loop_.currentTime() + seconds);
+  lampTimer_.startIn(seconds);
   markAll();
 }
 
@@ -326,12 +303,11 @@ bool PinDriver::lampTestRunning() const noexcept {
 
 void PinDriver::lampTestEnd() {
   lampOn_ = false;
-  lampTimer_->timeMinIs(Zel::Clock::kNever);
   markAll();
 }
 
 void PinDriver::stop() {
-  if (lampTimer_) lampTimer_->timeMinIs(Zel::Clock::kNever);
+  lampTimer_.stop();
   lampOn_ = false;
   follower_.reset();
   if (map_.onStop == StopPattern::leave) return;

@@ -3,7 +3,7 @@
 
 #include <memory>
 
-#include "host/drive/GpioLines.h"
+#include "host/pins/GpioLines.h"
 
 namespace Drive {
 

@@ -15,8 +15,8 @@
 #include <string>
 #include <vector>
 
-#include "host/drive/PinBackend.h"
-#include "host/drive/ValueFile.h"
+#include "host/pins/PinBackend.h"
+#include "host/pins/ValueFile.h"
 
 namespace Drive {
 

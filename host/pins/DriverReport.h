@@ -4,7 +4,7 @@
 
 #include <ostream>
 
-#include "host/drive/PinDriver.h"
+#include "host/pins/PinDriver.h"
 
 namespace Drive {
 

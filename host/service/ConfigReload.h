@@ -9,7 +9,7 @@
 #include <vector>
 
 #include "host/run/Options.h"
-#include "host/serve/ServiceLog.h"
+#include "host/service/ServiceLog.h"
 
 namespace Host {
 

@@ -16,13 +16,15 @@
 #include <unordered_set>
 #include <vector>
 
-#include "host/drive/GpioLines.h"
-#include "host/drive/PinBackend.h"
-#include "host/drive/PinMap.h"
+#include "host/pins/GpioLines.h"
+#include "host/pins/PinBackend.h"
+#include "host/pins/PinMap.h"
 #include "platform/model/PinDirectoryFollower.h"
 #include "platform/zel/ActivityManager.h"
 #include "platform/zel/Dir.h"
 #include "platform/zel/Ptr.h"
+#include "platform/zel/Timer.h"
+#include "platform/zel/WeakPtr.h"
 
 namespace Drive {
 
@@ -106,7 +108,6 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
 
  private:
   using PinConfig = Hardware::Gpio::CorvelPinConfig;
-  class LampTimer;
 
   void claimAll();
   void onPinArrived(std::string const& name, PinConfig const& pin) override;
@@ -134,12 +135,12 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   std::vector<std::size_t> dirty_;
   bool latchQueued_ = false;
   bool lampOn_ = false;
-  Zel::Ptr<LampTimer> lampTimer_;
+  Zel::Timer lampTimer_;
   std::uint64_t writes_ = 0;
   Counters counters_;
   std::size_t failing_ = 0;
   FaultListener faultListener_;
-  std::shared_ptr<bool> alive_;  // a queued latch outliving the driver finds it gone
+  Zel::WeakPtrFactory<PinDriver> weak_{this};  // a queued latch outliving the driver finds it gone
 };
 
 }  // namespace Drive

@@ -1,4 +1,4 @@
-#include "host/drive/DriverReport.h"
+#include "host/pins/DriverReport.h"
 
 #include <string>
 

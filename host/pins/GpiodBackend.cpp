@@ -1,4 +1,4 @@
-#include "host/drive/GpiodBackend.h"
+#include "host/pins/GpiodBackend.h"
 
 #include <cerrno>
 #include <cstring>

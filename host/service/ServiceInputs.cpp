@@ -1,23 +1,29 @@
-#include "host/serve/ServiceInputs.h"
+#include "host/service/ServiceInputs.h"
 
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
 
-#include "host/drive/PinDriver.h"
 #include "host/http/ListenAddress.h"
+#include "host/pins/PinDriver.h"
 #include "host/run/ExitStatus.h"
+#include "host/run/PinClaim.h"
 #include "host/run/ServerDatabase.h"
-#include "host/serve/ServeConfig.h"
+#include "host/service/ServeConfig.h"
 
 namespace Host {
 
-std::optional<ServiceInputs> checkServiceInputs(std::vector<std::string> const& commandLine,
-                                                Options const& options, ServiceLog& log,
-                                                int& status) {
-  ServiceInputs inputs;
+std::optional<ServiceInputs> readServiceInputs(std::vector<std::string> const& commandLine,
+                                               ServiceLog& log, int& status) {
   status = kExitWrongInput;
+  ParsedOptions parsed = loadServiceOptions(commandLine);
+  if (!parsed.error.empty()) {
+    log.error(parsed.error);
+    return std::nullopt;
+  }
+  ServiceInputs inputs{std::move(parsed.options), std::nullopt, std::nullopt};
+  Options const& options = inputs.options;
   if (std::string const error =
           Http::listenAddressError(options.httpAddress, options.httpAllowRemote);
       !error.empty()) {
@@ -45,8 +51,7 @@ std::optional<ServiceInputs> checkServiceInputs(std::vector<std::string> const& 
     log.error(error.what());
     return std::nullopt;
   } catch (Drive::DriveError const& error) {
-    log.error(std::string("pins that cannot be driven (pins-partial drives the rest): ") +
-              error.what());
+    log.error(undrivablePinsText(error, OptionSpelling::configKey));
     status = exitStatusOf(error);
     return std::nullopt;
   }

@@ -1,4 +1,4 @@
-#include "host/serve/ServeConfig.h"
+#include "host/service/ServeConfig.h"
 
 #include <toml++/toml.h>
 #include <algorithm>

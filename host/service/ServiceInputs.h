@@ -8,24 +8,24 @@
 #include <string>
 #include <vector>
 
-#include "host/drive/PinMap.h"
+#include "host/pins/PinMap.h"
 #include "host/run/Options.h"
-#include "host/serve/ServiceLog.h"
+#include "host/service/ServiceLog.h"
 #include "platform/redis/Endpoint.h"
 
 namespace Host {
 
 struct ServiceInputs {
+  Options options;
   std::optional<Statedb::Redis::Endpoint> endpoint;  // with --db
   std::optional<Drive::PinMap> pinMap;               // with --pins
 };
 
-// The inputs of `options`, read from `commandLine` and its configuration file. Nothing when an
-// input is refused, with `status` set to the exit status that says why; a value of the file is
-// located at its line. With pins-partial the devices are left for the claim, which drives those
-// that are there.
-std::optional<ServiceInputs> checkServiceInputs(std::vector<std::string> const& commandLine,
-                                                Options const& options, ServiceLog& log,
-                                                int& status);
+// The options of a service, read from `commandLine` and its configuration file, and the inputs
+// they name. Nothing when an option or an input is refused, with `status` set to the exit status
+// that says why; a value of the file is located at its line. With pins-partial the devices are
+// left for the claim, which drives those that are there.
+std::optional<ServiceInputs> readServiceInputs(std::vector<std::string> const& commandLine,
+                                               ServiceLog& log, int& status);
 
 }  // namespace Host

@@ -1,6 +1,6 @@
-#include "host/serve/ConfigReload.h"
+#include "host/service/ConfigReload.h"
 
-#include "host/serve/ServeConfig.h"
+#include "host/service/ServeConfig.h"
 
 namespace Host {
 

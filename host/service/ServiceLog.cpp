@@ -1,4 +1,4 @@
-#include "host/serve/ServiceLog.h"
+#include "host/service/ServiceLog.h"
 
 #include <sys/stat.h>
 #include <unistd.h>

@@ -1,4 +1,4 @@
-#include "host/drive/LedClassBackend.h"
+#include "host/pins/LedClassBackend.h"
 
 #include <cerrno>
 #include <cstring>

@@ -1,4 +1,4 @@
-#include "host/live/SignalWatch.h"
+#include "host/run/SignalWatch.h"
 
 #include <sys/signalfd.h>
 #include <unistd.h>

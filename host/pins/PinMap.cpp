@@ -1,4 +1,4 @@
-#include "host/drive/PinMap.h"
+#include "host/pins/PinMap.h"
 
 #include <toml++/toml.h>
 

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "host/drive/PinMap.h"
+#include "host/pins/PinMap.h"
 
 namespace Drive {
 

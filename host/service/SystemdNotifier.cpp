@@ -1,4 +1,4 @@
-#include "host/serve/SystemdNotifier.h"
+#include "host/service/SystemdNotifier.h"
 
 #include <systemd/sd-daemon.h>
 

@@ -1,4 +1,4 @@
-#include "host/drive/LibGpiodLines.h"
+#include "host/pins/LibGpiodLines.h"
 
 #include <gpiod.h>
 

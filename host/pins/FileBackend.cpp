@@ -1,4 +1,4 @@
-#include "host/drive/FileBackend.h"
+#include "host/pins/FileBackend.h"
 
 #include <algorithm>
 #include <cstring>
