@@ -111,6 +111,8 @@ def build_rows(table, results):
     reaction_rows(table, results)
     flashing_rows(table, results)
     live_rows(table, results)
+    wake_rows(table, results)
+    timer_rows(table, results)
     memory_rows(table, results)
     peer_rows(table, results)
     database_rows(table, results)
@@ -201,6 +203,48 @@ def live_rows(table, results):
                       entry["cpu_share_pct"], entry["wakes_per_s"],
                       entry["observed_cpu_share_pct"]),
                   "< 5 %", entry["cpu_share_pct"] < 5.0)
+        if "cpu_us_per_tick" in entry:
+            table.add(label + ", CPU per tick (wake included), allocations", count(10000),
+                      "{} per tick, {:.2f} allocations per tick, {:.2f} per wake".format(
+                          micros(entry["cpu_us_per_tick"]), entry["allocs_per_tick"],
+                          entry["allocs_per_wake"]))
+
+
+def wake_rows(table, results):
+    entry = results.benchmark("wake-cost.json", "WakeCost/")
+    label = "5 Loop wake vs bare timerfd wake, CPU per wake (1 kHz, same run)"
+    if entry is None:
+        table.unavailable(label, "1 kHz", "<= x1.5")
+        table.unavailable("5 Loop wake, allocations per wake", "1 kHz", "0")
+        return
+    share = ratio(entry["loop_us_per_wake"], entry["bare_us_per_wake"])
+    table.add(label, "1 kHz", "{} / {} (x{:.2f}), {:.0f} wakes/s".format(
+        micros(entry["loop_us_per_wake"]), micros(entry["bare_us_per_wake"]), share,
+        entry["loop_wakes_per_s"]), "<= x1.5", share <= 1.5)
+    table.add("5 Loop wake, allocations per wake", "1 kHz",
+              "{:.3f}".format(entry["loop_allocs_per_wake"]), "0",
+              entry["loop_allocs_per_wake"] < 0.01)
+
+
+TIMER_SIZES = (1000, 100000, 1000000)
+
+
+def timer_rows(table, results):
+    """The clock's timing wheel beside the binary heap it replaced, per operation."""
+    for operation, what in (("TimerArm", "arm and disarm"), ("TimerReArm", "re-arm"),
+                            ("TimerExpire", "expire and re-arm")):
+        label = "11 Timers alone, ns per {}: wheel / heap".format(what)
+        for n in TIMER_SIZES:
+            wheel, heap = (results.benchmark("timers.json", "{}/{}/timers:{}".format(
+                operation, structure, n)) for structure in ("wheel", "heap"))
+            target = "wheel faster" if n >= 100000 and operation != "TimerArm" else ""
+            if wheel is None or heap is None:
+                table.unavailable(label, count(n), target)
+                continue
+            ns_wheel, ns_heap = (1e9 / entry["items_per_second"] for entry in (wheel, heap))
+            table.add(label, count(n), "{:.1f} / {:.1f} (x{:.1f})".format(
+                ns_wheel, ns_heap, ratio(ns_heap, ns_wheel)), target,
+                ns_wheel < ns_heap if target else None)
 
 
 def memory_rows(table, results):
@@ -378,6 +422,13 @@ Notes
   time over a second 20 s with the LEDs still flashing and the observers removed. The
   machine's limit is how late a bare thread wakes from an absolute timerfd once a millisecond,
   measured just before: no tick can do better.
+- Wake: the loop with one reactor that re-arms itself 1 ms after each run, and nothing else,
+  beside a bare thread on an absolute timerfd at the same rate, 10 s each in one process; CPU
+  time per wake, and the loop's allocations per wake (a counting operator new). CPU per tick of
+  the live run is its CPU share over the ticks per second (two per LED), wake included.
+- Timers alone: the clock's timing wheel and, as the reference, the binary heap it replaced,
+  N timers spread at random over 0.5 s; arm and disarm all N; re-arm a random one 0.5 s
+  later; expire the earliest and re-arm it 0.5 s later (a flashing LED). ns per operation.
 - Peer: gpiozero on mock pins (numbers beyond the 54 of MockFactory), 10 s at T = 0.5 s, against
   ours at the same N (10 s observed for the lateness, then 10 s for the CPU share). Both sides
   start their LEDs the same way: in one burst, and spread evenly over 200 ms (the peer's first

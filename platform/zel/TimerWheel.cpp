@@ -185,17 +185,30 @@ void TimerWheel::openNext() noexcept {
   }
 }
 
-// A natural merge sort of a slot's entries into the empty front: linear when they were armed in
-// time order, as timers re-armed at "now + interval" are; a slot lists them newest first.
+// Moves a slot's entries into the empty front in (time, arming order) order. A slot lists them
+// newest first, and timers re-armed at "now + interval" are armed in time order, so one pass
+// that reverses the list nearly always leaves it in order; a natural merge sort orders the rest.
 void TimerWheel::sortFront(Entry* list) noexcept {
-  Entry* reversed = nullptr;
+  Entry* head = nullptr;
+  bool ordered = true;
+  frontTail_ = list;
   while (list) {
     Entry* next = list->next_;
-    list->next_ = reversed;
-    reversed = list;
+    list->next_ = head;
+    list->where_ = Entry::kInFront;
+    if (head) {
+      head->prev_ = list;
+      ordered = ordered && earlier(list, head);
+    }
+    head = list;
     list = next;
   }
-  list = reversed;
+  frontHead_ = head;
+  if (!head) return;
+  head->prev_ = nullptr;
+  if (ordered) return;
+
+  list = head;
   for (;;) {
     Entry* merged = nullptr;
     Entry** tail = &merged;
@@ -228,7 +241,6 @@ void TimerWheel::sortFront(Entry* list) noexcept {
   Entry* prev = nullptr;
   for (Entry* entry = list; entry; entry = entry->next_) {
     entry->prev_ = prev;
-    entry->where_ = Entry::kInFront;
     prev = entry;
   }
   frontHead_ = list;
