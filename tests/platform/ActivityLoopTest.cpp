@@ -1,12 +1,16 @@
 #include <gtest/gtest.h>
 
+#include <unistd.h>
+
 #include <cstdio>
 #include <cstdlib>
+#include <functional>
 #include <memory>
 #include <string>
 #include <system_error>
 
 #include "platform/zel/ActivityManagerScope.h"
+#include "platform/zel/Allocate.h"
 #include "platform/zel/Trace.h"
 
 namespace {
@@ -62,6 +66,72 @@ TEST(ActivityLoopTest, ADescriptorThatCannotBeWatchedFailsEveryTimeWithTheCallAn
     }
   }
   std::fclose(file);
+}
+
+// A live reactor that runs `onTime` each time it is due.
+class Timeout : public Zel::Clock::NotifieeConst {
+ public:
+  Timeout(Zel::ActivityManager& loop, std::function<void(Timeout&)> onTime)
+      : Zel::Clock::NotifieeConst(Zel::Ptr<Zel::Clock const>(loop.clock())),
+        onTime_(std::move(onTime)) {}
+  void onTime() override { onTime_(*this); }
+
+ private:
+  std::function<void(Timeout&)> onTime_;
+};
+
+// Wakes by a descriptor leave the loop's timer set for the next expiry, and a handler that moves
+// the expiry sooner moves the wake with it.
+TEST(ActivityLoopTest, LiveExpiriesComeOnTimeBetweenWakesByADescriptor) {
+  ActivityManagerScope scope(Source::monotonic);
+  Zel::ActivityManager& loop = *scope;
+  int ends[2];
+  ASSERT_EQ(::pipe(ends), 0);
+  double firedAt = 0;
+  auto timeout = Zel::allocate<Timeout>(loop, [&](Timeout&) {
+    firedAt = loop.currentTime();
+    loop.stop();
+  });
+  double const start = loop.currentTime();
+  timeout->timeMinIs(start + 5.0);
+  int reads = 0;
+  loop.fdReadableIs(ends[0], [&] {
+    char byte;
+    ASSERT_EQ(::read(ends[0], &byte, 1), 1);
+    // Two wakes by the descriptor with the expiry unchanged, then one that brings it forward.
+    if (++reads < 3) {
+      ASSERT_EQ(::write(ends[1], "x", 1), 1);
+    } else {
+      timeout->timeMinIs(loop.currentTime() + 0.02);
+    }
+  });
+  ASSERT_EQ(::write(ends[1], "x", 1), 1);
+  loop.runFor(2.0);
+  loop.fdReadableIs(ends[0], nullptr);
+  ::close(ends[0]);
+  ::close(ends[1]);
+  EXPECT_EQ(reads, 3);
+  EXPECT_GT(firedAt, start);
+  EXPECT_LT(firedAt - start, 1.0) << "the wake stayed set for the earlier expiry";
+}
+
+// A live reactor that re-arms itself for the time it runs at runs once per wake, never again and
+// again within one: the loop reads the clock only now and then, and must not take a time that
+// has passed since its last reading for one still to come.
+TEST(ActivityLoopTest, ALiveReactorReArmingForNowRunsOncePerWake) {
+  ActivityManagerScope scope(Source::monotonic);
+  Zel::ActivityManager& loop = *scope;
+  int runs = 0;
+  auto timeout = Zel::allocate<Timeout>(loop, [&](Timeout& self) {
+    ++runs;
+    self.timeMinIs(loop.currentTime());
+  });
+  timeout->timeMinIs(loop.currentTime());
+  std::uint64_t const wakes = loop.wakeCount();
+  loop.runFor(0.05);
+  timeout->timeMinIs(Zel::Clock::kNever);
+  EXPECT_GT(runs, 1);
+  EXPECT_LE(static_cast<std::uint64_t>(runs), loop.wakeCount() - wakes + 2);
 }
 
 }  // namespace
