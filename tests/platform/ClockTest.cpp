@@ -181,14 +181,22 @@ TEST_F(ClockTest, TheWheelFiresInTheOrderOfASortedReference) {
   auto pick = [&random](std::size_t count) { return static_cast<std::size_t>(random() % count); };
   double const infinity = std::numeric_limits<double>::infinity();
 
-  for (int round = 0; round < 4; ++round) {
-    std::vector<Timer> timers(round == 0 ? 5 : 300);
+  // Each round: how many timers, and whether they stay within a second or so of the present
+  // (the wheel's first levels, opened and emptied often) or go anywhere.
+  struct Round {
+    std::size_t timers;
+    bool near;
+  };
+  Round const rounds[] = {{5, false}, {300, false}, {40, true}, {2000, true}, {300, false}};
+  for (int round = 0; round < 5; ++round) {
+    bool const near = rounds[round].near;
+    std::vector<Timer> timers(rounds[round].timers);
     Zel::TimerWheel wheel;
     std::set<std::pair<double, std::uint64_t>> reference;
     std::uint64_t sequence = 0;
-    double now = round == 3 ? -5000.0 : 1000.0 * round;
+    double now = round == 4 ? -5000.0 : 1000.0 * round;
     auto timeNear = [&]() -> double {
-      switch (pick(11)) {
+      switch (near ? pick(4) : pick(11)) {
         case 0:
           return now + 0.001 * static_cast<double>(pick(600));
         case 1:
@@ -196,7 +204,9 @@ TEST_F(ClockTest, TheWheelFiresInTheOrderOfASortedReference) {
         case 2:
           return now + uniform(0, 1);
         case 3:
-          return std::ldexp(std::floor(now * 1000 / 256) + 1.0 + pick(3), 8) / 1000;
+          // On, or just after, the start of one of the next blocks of 256 ticks.
+          return std::ldexp(std::floor(now * 1000 / 256) + 1.0 + pick(3), 8) / 1000 +
+                 (pick(2) ? 0 : 0.001 * static_cast<double>(pick(3)) + uniform(0, 0.001));
         case 4:
           return now + uniform(0, 1e4);
         case 5:
@@ -237,7 +247,7 @@ TEST_F(ClockTest, TheWheelFiresInTheOrderOfASortedReference) {
         expectSame("peeking");
       } else {
         double const spans[] = {0, 0.0005, 0.001, 0.003, 0.3, 2, 70, 1e5};
-        now += spans[pick(std::size(spans))];
+        now += spans[pick(near ? 5 : std::size(spans))];
         while (!reference.empty() && reference.begin()->first <= now) {
           Zel::TimerWheel::Entry* first = wheel.earliest();
           ASSERT_NE(first, nullptr);
