@@ -166,6 +166,16 @@ void TimerWheel::openNext() noexcept {
       sortFront(list);
       return;
     }
+    // Oldest first, so that each slot they land in (and the front) lists them newest first,
+    // as a slot filed directly does: the front then finds them in order.
+    Entry* oldestFirst = nullptr;
+    while (list) {
+      Entry* next = list->next_;
+      list->next_ = oldestFirst;
+      oldestFirst = list;
+      list = next;
+    }
+    list = oldestFirst;
     Entry* due = nullptr;  // the entries of the cursor's own tick
     while (list) {
       Entry* entry = list;
