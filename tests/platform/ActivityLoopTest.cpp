@@ -115,23 +115,24 @@ TEST(ActivityLoopTest, LiveExpiriesComeOnTimeBetweenWakesByADescriptor) {
   EXPECT_LT(firedAt - start, 1.0) << "the wake stayed set for the earlier expiry";
 }
 
-// A live reactor that re-arms itself for the time it runs at runs once per wake, never again and
-// again within one: the loop reads the clock only now and then, and must not take a time that
-// has passed since its last reading for one still to come.
-TEST(ActivityLoopTest, ALiveReactorReArmingForNowRunsOncePerWake) {
+// A live reactor whose work outlasts the step to its next time (a publisher catching up) runs
+// again in the same run or the next wake: it is not held back as one stuck in the past.
+TEST(ActivityLoopTest, ALiveReactorReArmedForATimeJustPassedRunsWithoutDelay) {
   ActivityManagerScope scope(Source::monotonic);
   Zel::ActivityManager& loop = *scope;
+  constexpr double kStep = 0.0001;
   int runs = 0;
   auto timeout = Zel::allocate<Timeout>(loop, [&](Timeout& self) {
     ++runs;
-    self.timeMinIs(loop.currentTime());
+    double const began = loop.currentTime();
+    while (loop.currentTime() < began + 2 * kStep) {
+    }
+    self.timeMinIs(began + kStep);
   });
   timeout->timeMinIs(loop.currentTime());
-  std::uint64_t const wakes = loop.wakeCount();
   loop.runFor(0.05);
   timeout->timeMinIs(Zel::Clock::kNever);
-  EXPECT_GT(runs, 1);
-  EXPECT_LE(static_cast<std::uint64_t>(runs), loop.wakeCount() - wakes + 2);
+  EXPECT_GT(runs, 20);
 }
 
 }  // namespace
