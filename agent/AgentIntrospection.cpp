@@ -11,22 +11,12 @@ namespace {
 
 using namespace Zel::GenericIf;
 
-enum Position : std::size_t {
-  doMountsComplete,
-  doInit,
-  gpioPinConfigDir,
-  gpioLedSystemConfigDir,
-  hwLedConfigDir,
-  configReactor,
-};
-
 Reply reactorSlot(Agent& agent, Request const& request) {
   switch (request.operation) {
     case Operation::set: {
-      Arguments const& args = request.args();
-      auto gpioDir = args.at(0, "gpioLedSystemConfigDir").asPtr<GpioLedSystemConfigDir const>();
-      auto ledDir = args.at(1, "hwLedConfigDir").asPtr<LedSystemConfigDir const>();
-      auto pinDir = args.at(2, "gpioPinConfigDir").asPtr<Zel::Dir>();
+      auto gpioDir = request.arg(0).asPtr<GpioLedSystemConfigDir const>();
+      auto ledDir = request.arg(1).asPtr<LedSystemConfigDir const>();
+      auto pinDir = request.arg(2).asPtr<Zel::Dir>();
       return Reply::of(agent.configReactorIs(gpioDir, ledDir, pinDir));
     }
     case Operation::del:
@@ -36,47 +26,35 @@ Reply reactorSlot(Agent& agent, Request const& request) {
   }
 }
 
-Reply dispatchAgent(Zel::PtrInterface& object, std::size_t position, Request const& request) {
-  auto& agent = objectAs<Agent>(object);
-  Arguments const& args = request.args();
-  switch (position) {
-    case doMountsComplete: {
-      Statedb::MountStatus const status = Warden::mountStatusOf(args.at(0, "status"));
-      agent.doMountsComplete(status, args.at(1, "entityManager").asPtr<Statedb::EntityManager>());
-      return Reply::done();
-    }
-    case doInit:
-      agent.doInit();
-      return Reply::done();
-    case gpioPinConfigDir:
-      return Reply::of(agent.gpioPinConfigDir());
-    case gpioLedSystemConfigDir:
-      return Reply::of(agent.gpioLedSystemConfigDir());
-    case hwLedConfigDir:
-      return Reply::of(agent.hwLedConfigDir());
-    case configReactor:
-      return reactorSlot(agent, request);
-  }
-  return Reply::notHandled();
-}
-
 constexpr Operations kGet{Operation::get};
 AttributeTable const table(
     Agent::type(),
-    {
-        procedureAttribute("doMountsComplete", {{"status", "Statedb::MountStatus"},
-                                                {"entityManager", "Statedb::EntityManager"}}),
-        procedureAttribute("doInit"),
-        pointerAttribute("gpioPinConfigDir", "Zel::Dir", kGet),
-        pointerAttribute("gpioLedSystemConfigDir", "Hardware::Gpio::GpioLedSystemConfigDir", kGet),
-        pointerAttribute("hwLedConfigDir", "Hardware::Led::LedSystemConfigDir", kGet),
-        pointerAttribute("configReactor", "Pinlamp::ConfigReactor",
-                         {Operation::get, Operation::set, Operation::del},
-                         {{"gpioLedSystemConfigDir", "Hardware::Gpio::GpioLedSystemConfigDir"},
-                          {"hwLedConfigDir", "Hardware::Led::LedSystemConfigDir"},
-                          {"gpioPinConfigDir", "Zel::Dir"}}),
-    },
-    &dispatchAgent);
+    Rows<Agent>{
+        {procedureAttribute("doMountsComplete", {{"status", "Statedb::MountStatus"},
+                                                 {"entityManager", "Statedb::EntityManager"}}),
+         [](Agent& agent, Request const& request) {
+           Statedb::MountStatus const status = Warden::mountStatusOf(request.arg(0));
+           agent.doMountsComplete(status, request.arg(1).asPtr<Statedb::EntityManager>());
+           return Reply::done();
+         }},
+        {procedureAttribute("doInit"),
+         [](Agent& agent, Request const&) {
+           agent.doInit();
+           return Reply::done();
+         }},
+        {pointerAttribute("gpioPinConfigDir", "Zel::Dir", kGet),
+         [](Agent& agent, Request const&) { return Reply::of(agent.gpioPinConfigDir()); }},
+        {pointerAttribute("gpioLedSystemConfigDir", "Hardware::Gpio::GpioLedSystemConfigDir", kGet),
+         [](Agent& agent, Request const&) { return Reply::of(agent.gpioLedSystemConfigDir()); }},
+        {pointerAttribute("hwLedConfigDir", "Hardware::Led::LedSystemConfigDir", kGet),
+         [](Agent& agent, Request const&) { return Reply::of(agent.hwLedConfigDir()); }},
+        {pointerAttribute("configReactor", "Pinlamp::ConfigReactor",
+                          {Operation::get, Operation::set, Operation::del},
+                          {{"gpioLedSystemConfigDir", "Hardware::Gpio::GpioLedSystemConfigDir"},
+                           {"hwLedConfigDir", "Hardware::Led::LedSystemConfigDir"},
+                           {"gpioPinConfigDir", "Zel::Dir"}}),
+         &reactorSlot},
+    });
 TableRegistration const registration(table);
 
 }  // namespace

@@ -399,6 +399,20 @@ def panel_rows(table, results):
               "< 2 %", entry["cpu_share_pct"] < 2.0)
     table.add(label + ", output", count(500), "{:.1f} KB/s".format(entry["bytes_per_s"] / 1000.0),
               "< 100 KB/s", entry["bytes_per_s"] < 100000)
+    alone = entry["cpu_share_pct"]
+    for viewers in (1, 100):
+        label = "9 Front panel, 500 LEDs flashing, and {} HTTP viewer{}, CPU share".format(
+            viewers, "" if viewers == 1 else "s")
+        served = results.peer("panel-500-viewers-{}.json".format(viewers))
+        if served is None:
+            table.unavailable(label, count(500), "< 2 % more")
+            continue
+        extra = served["cpu_share_pct"] - alone
+        table.add(label, count(500),
+                  "{:.2f} % of one core ({:+.2f} %), {:.1f} events/s, {:.1f} KB/s per viewer".format(
+                      served["cpu_share_pct"], extra, served["events_per_s"],
+                      served["stream_bytes_per_s"] / 1000.0),
+                  "< 2 % more", extra < 2.0)
 
 
 NOTES = """\
@@ -454,6 +468,10 @@ Notes
   latched writes differ from them. CPU per simulated second is the process's CPU time over the
   simulated time. Flashing: monotonic clock, 1 s to settle, 20 s measured; CPU share of the
   whole process (agent, loop, driver and file writes).
+- HTTP viewers: the same front panel run with --http on a unix socket and 1 or 100 event streams
+  (/events) open and read as fast as they come (bench/panel/measure_panel.py --viewers N); the
+  extra CPU share is against the panel alone. An event carries the pins that changed since the
+  previous one, at most 25 a second, and is built once for every viewer.
 - Front panel: warden runs a script that switches 500 LEDs to flashing at 0.5 s one after another
   over 0.5 s, on a pseudo-terminal of 160x50 (bench/panel/measure_panel.py); 15 s measured once
   all flash. CPU share is the whole warden process's (agent, loop and panel); output is the

@@ -1,6 +1,6 @@
 // The generic interface of the configuration reactor: its directories, its two collections and
 // its handlers by name, each entry forwarding to the reactor's own operation. Two positions of
-// the table are kept without a published name; the dispatch accepts them and does nothing.
+// the table are kept without a published name; a request on them is accepted and does nothing.
 #include "platform/zel/generic/AttributeTable.h"
 #include "reactor/ConfigReactor.h"
 
@@ -9,28 +9,13 @@ namespace {
 
 using namespace Zel::GenericIf;
 
-enum Position : std::size_t {
-  gpioLedSystemConfigDir,
-  hwLedConfigDir,
-  gpioPinConfigDir,
-  gpioLedStateMachine,
-  handleGpioConfigCleanup,
-  gpioLedConfig,
-  unpublishedAfterGpioLedConfig,
-  createDriver,
-  unpublishedAfterCreateDriver,
-  corvelLedSystemConfig,
-  handleInitialized,
-};
-
 Reply stateMachines(ConfigReactor& reactor, Request const& request) {
   switch (request.operation) {
     case Operation::iterate:
       return Reply::of(membersOf(reactor.gpioLedStateMachine()));
     case Operation::set: {
-      Arguments const& args = request.args();
-      auto output = args.at(0, "corvelGpioLedConfig").asPtr<CorvelGpioLedConfig>();
-      auto config = args.at(1, "hwLedConfig").asPtr<LedConfig const>();
+      auto output = request.arg(0).asPtr<CorvelGpioLedConfig>();
+      auto config = request.arg(1).asPtr<LedConfig const>();
       return Reply::of(reactor.gpioLedStateMachineIs(output, config));
     }
     case Operation::del:
@@ -45,8 +30,7 @@ Reply mappingReactors(ConfigReactor& reactor, Request const& request) {
     case Operation::iterate:
       return Reply::of(membersOf(reactor.gpioLedConfig()));
     case Operation::set:
-      return Reply::of(reactor.gpioLedConfigIs(
-          request.args().at(0, "gpioLedConfig").asPtr<GpioLedConfig const>()));
+      return Reply::of(reactor.gpioLedConfigIs(request.arg(0).asPtr<GpioLedConfig const>()));
     case Operation::del:
       return Reply::of(reactor.gpioLedConfigDel(request.requireKey()));
     default:
@@ -57,8 +41,7 @@ Reply mappingReactors(ConfigReactor& reactor, Request const& request) {
 Reply ledSystem(ConfigReactor& reactor, Request const& request) {
   switch (request.operation) {
     case Operation::set:
-      return Reply::of(
-          reactor.corvelLedSystemConfigIs(request.args().at(0, "corvelLedSystemConfig").asName()));
+      return Reply::of(reactor.corvelLedSystemConfigIs(request.arg(0).asName()));
     case Operation::del:
       return Reply::of(reactor.corvelLedSystemConfigDel());
     default:
@@ -66,60 +49,57 @@ Reply ledSystem(ConfigReactor& reactor, Request const& request) {
   }
 }
 
-Reply dispatchReactor(Zel::PtrInterface& object, std::size_t position, Request const& request) {
-  auto& reactor = objectAs<ConfigReactor>(object);
-  switch (position) {
-    case gpioLedSystemConfigDir:
-      return Reply::of(reactor.gpioLedSystemConfigDir());
-    case hwLedConfigDir:
-      return Reply::of(reactor.hwLedConfigDir());
-    case gpioPinConfigDir:
-      return Reply::of(reactor.gpioPinConfigDir());
-    case gpioLedStateMachine:
-      return stateMachines(reactor, request);
-    case handleGpioConfigCleanup:
-      reactor.handleGpioConfigCleanup(request.args().at(0, "name").asName());
-      return Reply::done();
-    case gpioLedConfig:
-      return mappingReactors(reactor, request);
-    case unpublishedAfterGpioLedConfig:
-    case unpublishedAfterCreateDriver:
-      return Reply::done();
-    case createDriver:
-      reactor.createDriver(request.args().at(0, "name").asName());
-      return Reply::done();
-    case corvelLedSystemConfig:
-      return ledSystem(reactor, request);
-    case handleInitialized:
-      reactor.handleInitialized();
-      return Reply::done();
-  }
-  return Reply::notHandled();
+// Kept without a published name; accepted, and does nothing.
+Row<ConfigReactor> unpublished() {
+  return {unpublishedPosition(), [](ConfigReactor&, Request const&) { return Reply::done(); }};
 }
 
 constexpr Operations kGet{Operation::get};
 constexpr Operations kAll{Operation::get, Operation::set, Operation::del, Operation::iterate};
 AttributeTable const table(
     ConfigReactor::type(),
-    {
-        pointerAttribute("gpioLedSystemConfigDir", "Hardware::Gpio::GpioLedSystemConfigDir", kGet),
-        pointerAttribute("hwLedConfigDir", "Hardware::Led::LedSystemConfigDir", kGet),
-        pointerAttribute("gpioPinConfigDir", "Zel::Dir", kGet),
-        collectionAttribute("gpioLedStateMachine", "Pinlamp::GpioLedStateMachine", kAll,
-                            {{"corvelGpioLedConfig", "Hardware::Gpio::CorvelGpioLedConfig"},
-                             {"hwLedConfig", "Hardware::Led::LedConfig"}}),
-        procedureAttribute("handleGpioConfigCleanup", {{"name", "Zel::Name"}}),
-        collectionAttribute("gpioLedConfig", "Pinlamp::ConfigReactor::ZelGpioLedConfig", kAll,
-                            {{"gpioLedConfig", "Hardware::Gpio::GpioLedConfig"}}),
-        unpublishedPosition(),
-        procedureAttribute("createDriver", {{"name", "Zel::Name"}}),
-        unpublishedPosition(),
-        pointerAttribute("corvelLedSystemConfig", "Hardware::Gpio::CorvelGpioLedSystemConfigDir",
-                         {Operation::get, Operation::set, Operation::del},
-                         {{"corvelLedSystemConfig", "Zel::Name"}}),
-        procedureAttribute("handleInitialized"),
-    },
-    &dispatchReactor);
+    Rows<ConfigReactor>{
+        {pointerAttribute("gpioLedSystemConfigDir", "Hardware::Gpio::GpioLedSystemConfigDir", kGet),
+         [](ConfigReactor& reactor, Request const&) {
+           return Reply::of(reactor.gpioLedSystemConfigDir());
+         }},
+        {pointerAttribute("hwLedConfigDir", "Hardware::Led::LedSystemConfigDir", kGet),
+         [](ConfigReactor& reactor, Request const&) {
+           return Reply::of(reactor.hwLedConfigDir());
+         }},
+        {pointerAttribute("gpioPinConfigDir", "Zel::Dir", kGet),
+         [](ConfigReactor& reactor, Request const&) {
+           return Reply::of(reactor.gpioPinConfigDir());
+         }},
+        {collectionAttribute("gpioLedStateMachine", "Pinlamp::GpioLedStateMachine", kAll,
+                             {{"corvelGpioLedConfig", "Hardware::Gpio::CorvelGpioLedConfig"},
+                              {"hwLedConfig", "Hardware::Led::LedConfig"}}),
+         &stateMachines},
+        {procedureAttribute("handleGpioConfigCleanup", {{"name", "Zel::Name"}}),
+         [](ConfigReactor& reactor, Request const& request) {
+           reactor.handleGpioConfigCleanup(request.arg(0).asName());
+           return Reply::done();
+         }},
+        {collectionAttribute("gpioLedConfig", "Pinlamp::ConfigReactor::ZelGpioLedConfig", kAll,
+                             {{"gpioLedConfig", "Hardware::Gpio::GpioLedConfig"}}),
+         &mappingReactors},
+        unpublished(),
+        {procedureAttribute("createDriver", {{"name", "Zel::Name"}}),
+         [](ConfigReactor& reactor, Request const& request) {
+           reactor.createDriver(request.arg(0).asName());
+           return Reply::done();
+         }},
+        unpublished(),
+        {pointerAttribute("corvelLedSystemConfig", "Hardware::Gpio::CorvelGpioLedSystemConfigDir",
+                          {Operation::get, Operation::set, Operation::del},
+                          {{"corvelLedSystemConfig", "Zel::Name"}}),
+         &ledSystem},
+        {procedureAttribute("handleInitialized"),
+         [](ConfigReactor& reactor, Request const&) {
+           reactor.handleInitialized();
+           return Reply::done();
+         }},
+    });
 TableRegistration const registration(table);
 
 }  // namespace

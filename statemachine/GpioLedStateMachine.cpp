@@ -21,6 +21,21 @@ namespace Pinlamp {
 
 namespace {
 
+// The line numbers that this file's trace records carry. They are part of the trace output
+// format, which readers of the trace match on, so they are fixed rather than taken from where
+// the calls happen to sit in this file.
+namespace TraceLine {
+constexpr std::uint32_t handleInitialized = 212;
+constexpr std::uint32_t handleHwLedConfig = 224;
+constexpr std::uint32_t handleLedSystemConfig = 237;
+constexpr std::uint32_t clockTimeout = 260;
+constexpr std::uint32_t flashPhase = 274;
+constexpr std::uint32_t yellowWriter = 286;
+constexpr std::uint32_t greenWriter = 291;
+constexpr std::uint32_t redWriter = 295;
+constexpr std::uint32_t orangeWriter = 300;
+}  // namespace TraceLine
+
 // Any wake-up time beyond the largest finite double means the timer is disarmed.
 constexpr double kLargestFiniteTime = std::numeric_limits<double>::max();
 
@@ -48,24 +63,23 @@ struct PinWriter {
   PinWriterMember write;
   char const* function;  // names the writer in its records
   char const* pinLabel;  // opens each change record
+  std::uint32_t line;    // every record of the colour, so colours stay told apart by line too
 };
 constexpr PinWriter kPinWriters[] = {
     {PinColour::yellow, &Led::LightSetting::yellow, &GpioLedStateMachine::handleCorvelGpioYellow,
-     "handleCorvelGpioYellow", "Corvel Yellow Pin: "},
+     "handleCorvelGpioYellow", "Corvel Yellow Pin: ", TraceLine::yellowWriter},
     {PinColour::green, &Led::LightSetting::green, &GpioLedStateMachine::handleCorvelGpioGreen,
-     "handleCorvelGpioGreen", "Corvel Green Pin: "},
+     "handleCorvelGpioGreen", "Corvel Green Pin: ", TraceLine::greenWriter},
     {PinColour::red, &Led::LightSetting::red, &GpioLedStateMachine::handleCorvelGpioRed,
-     "handleCorvelGpioRed", "Corvel Red Pin: "},
+     "handleCorvelGpioRed", "Corvel Red Pin: ", TraceLine::redWriter},
     {PinColour::orange, &Led::LightSetting::orange, &GpioLedStateMachine::handleCorvelGpioOrange,
-     "handleCorvelGpioOrange", "Corvel Orange Pin: "},
+     "handleCorvelGpioOrange", "Corvel Orange Pin: ", TraceLine::orangeWriter},
 };
 
 // One colour of one LED: writes `value` to every pin, tracing each pin whose value really changed.
-// The records and the assertion carry `line`, the public writer's own, so that each colour's
-// records stay told apart by line as well as by text.
-void writePins(Zel::Ptr<CorvelGpioLedConfig> const& led, U32 value, PinColour colour,
-               std::uint32_t line) {
+void writePins(Zel::Ptr<CorvelGpioLedConfig> const& led, U32 value, PinColour colour) {
   PinWriter const& writer = kPinWriters[Hardware::Gpio::indexOf(colour)];
+  std::uint32_t const line = writer.line;
   if (!led) Zel::assertionFailed("led", "Pinlamp", line, writer.function);
   PINLAMP_TRACE(9, line, writer.function, writer.function << " " << led->name());
   Hardware::Gpio::PinConfigs const& pins = led->pins(colour);
@@ -82,8 +96,7 @@ void writePins(Zel::Ptr<CorvelGpioLedConfig> const& led, U32 value, PinColour co
   }
 }
 
-// Every colour's pins to `value`. Through the public writers rather than writePins, so that each
-// colour's records carry its own writer's line.
+// Every colour's pins to `value`, each through its public writer as any caller of it would.
 void writeEveryColour(GpioLedStateMachine& machine, Zel::Ptr<CorvelGpioLedConfig> const& led,
                       U32 value) {
   for (PinWriter const& writer : kPinWriters) (machine.*writer.write)(led, value);
@@ -209,7 +222,8 @@ Zel::Ptr<Zel::Clock const> GpioLedStateMachine::clockDel() {
 // --- Decisions -----------------------------------------------------------------------------------
 
 void GpioLedStateMachine::handleInitialized() {
-  PINLAMP_TRACE(6, __LINE__, "handleInitialized", "handleInitialized for " << name());
+  PINLAMP_TRACE(6, TraceLine::handleInitialized, "handleInitialized",
+                "handleInitialized for " << name());
   if (initialized_) return;
   flashingStateIs(false);
   clockIs(Zel::activityManager()->clock());
@@ -221,7 +235,8 @@ void GpioLedStateMachine::handleInitialized() {
 
 void GpioLedStateMachine::handleHwLedConfig() {
   if (!initialized_) return;
-  PINLAMP_TRACE(7, __LINE__, "handleHwLedConfig", "handleHwLedConfig " << name());
+  PINLAMP_TRACE(7, TraceLine::handleHwLedConfig, "handleHwLedConfig",
+                "handleHwLedConfig " << name());
   // A machine made before its LED configuration has nothing to show yet.
   LedConfig const* ledConfig = hwLedConfig_ ? hwLedConfig_->notifier() : nullptr;
   if (!ledConfig) return;
@@ -234,7 +249,7 @@ void GpioLedStateMachine::handleHwLedConfig() {
 void GpioLedStateMachine::handleLedSystemConfig(Zel::Name /*ledSystemConfig*/,
                                                 Led::LightSetting const& setting) {
   if (!initialized_) return;
-  PINLAMP_TRACE(8, __LINE__, "handleLedSystemConfig",
+  PINLAMP_TRACE(8, TraceLine::handleLedSystemConfig, "handleLedSystemConfig",
                 "handleLedSystemConfig "
                     << (corvelGpioLedConfig_ ? corvelGpioLedConfig_->name() : Zel::Name()) << " "
                     << setting << "Config: "
@@ -257,7 +272,8 @@ void GpioLedStateMachine::handleLedSystemConfig(Zel::Name /*ledSystemConfig*/,
 
 void GpioLedStateMachine::handleClockTimeout() {
   if (!initialized_) return;
-  PINLAMP_TRACE(8, __LINE__, "handleClockTimeout", "handleClockTimeout for " << name());
+  PINLAMP_TRACE(8, TraceLine::clockTimeout, "handleClockTimeout",
+                "handleClockTimeout for " << name());
   PINLAMP_REQUIRE(clock_, "clock_");
   // The phase flips on every tick, the stopping one included, so a later flashing period may
   // start dark: the phase is never reset after initialisation.
@@ -271,7 +287,7 @@ void GpioLedStateMachine::handleClockTimeout() {
     clock_->timeMinIs(Zel::Clock::kNever);
     return;
   }
-  PINLAMP_TRACE(8, __LINE__, "handleClockTimeout",
+  PINLAMP_TRACE(8, TraceLine::flashPhase, "handleClockTimeout",
                 "Led " << name() << " is now " << static_cast<int>(flashingState_));
   writeEveryColour(*this, corvelGpioLedConfig_, 0);
   if (flashingState_) lightColours(*this, corvelGpioLedConfig_, setting);
@@ -283,21 +299,21 @@ void GpioLedStateMachine::handleClockTimeout() {
 
 void GpioLedStateMachine::handleCorvelGpioYellow(Zel::Ptr<CorvelGpioLedConfig> const& led,
                                                  U32 value) {
-  writePins(led, value, PinColour::yellow, __LINE__);
+  writePins(led, value, PinColour::yellow);
 }
 
 void GpioLedStateMachine::handleCorvelGpioGreen(Zel::Ptr<CorvelGpioLedConfig> const& led,
                                                 U32 value) {
-  writePins(led, value, PinColour::green, __LINE__);
+  writePins(led, value, PinColour::green);
 }
 
 void GpioLedStateMachine::handleCorvelGpioRed(Zel::Ptr<CorvelGpioLedConfig> const& led, U32 value) {
-  writePins(led, value, PinColour::red, __LINE__);
+  writePins(led, value, PinColour::red);
 }
 
 void GpioLedStateMachine::handleCorvelGpioOrange(Zel::Ptr<CorvelGpioLedConfig> const& led,
                                                  U32 value) {
-  writePins(led, value, PinColour::orange, __LINE__);
+  writePins(led, value, PinColour::orange);
 }
 
 }  // namespace Pinlamp

@@ -9,106 +9,77 @@ namespace {
 
 using namespace Zel::GenericIf;
 
-enum Position : std::size_t {
-  corvelGpioLedConfig,
-  hwLedConfig,
-  name,
-  handleHwLedConfig,
-  handleCorvelGpioYellow,
-  handleCorvelGpioGreen,
-  handleCorvelGpioRed,
-  handleCorvelGpioOrange,
-  handleLedSystemConfig,
-  clock,
-  handleClockTimeout,
-  flashingState,
-  initialized,
-  handleInitialized,
-};
+using Machine = GpioLedStateMachine;
 
-using PinWriter = void (GpioLedStateMachine::*)(Zel::Ptr<CorvelGpioLedConfig> const&, U32);
-
-Reply writePins(GpioLedStateMachine& machine, PinWriter writer, Arguments const& args) {
-  auto led = args.at(0, "led").asPtr<CorvelGpioLedConfig>();
-  U32 const value = args.at(1, "value").asU32();
-  (machine.*writer)(led, value);
-  return Reply::done();
-}
-
-Reply dispatchMachine(Zel::PtrInterface& object, std::size_t position, Request const& request) {
-  auto& machine = objectAs<GpioLedStateMachine>(object);
-  bool const isSet = request.operation == Operation::set;
-  Arguments const& args = request.args();
-  switch (position) {
-    case corvelGpioLedConfig:
-      return Reply::of(machine.corvelGpioLedConfig());
-    case hwLedConfig:
-      return Reply::of(machine.hwLedConfig());
-    case name:
-      return Reply::of(machine.name());
-    case handleHwLedConfig:
-      machine.handleHwLedConfig();
-      return Reply::done();
-    case handleCorvelGpioYellow:
-      return writePins(machine, &GpioLedStateMachine::handleCorvelGpioYellow, args);
-    case handleCorvelGpioGreen:
-      return writePins(machine, &GpioLedStateMachine::handleCorvelGpioGreen, args);
-    case handleCorvelGpioRed:
-      return writePins(machine, &GpioLedStateMachine::handleCorvelGpioRed, args);
-    case handleCorvelGpioOrange:
-      return writePins(machine, &GpioLedStateMachine::handleCorvelGpioOrange, args);
-    case handleLedSystemConfig: {
-      Zel::Name const ledSystemConfig = args.at(0, "ledSystemConfig").asName();
-      machine.handleLedSystemConfig(ledSystemConfig,
-                                    args.at(1, "setting").as<::Led::LightSetting>());
-      return Reply::done();
-    }
-    case clock:
-      if (isSet) machine.clockIs(args.at(0, "clock").asPtr<Zel::Clock const>());
-      return Reply::of(machine.clock());
-    case handleClockTimeout:
-      machine.handleClockTimeout();
-      return Reply::done();
-    case flashingState:
-      if (isSet) machine.flashingStateIs(args.at(0, "flashingState").asBool());
-      return Reply::of(machine.flashingState());
-    case initialized:
-      if (isSet) machine.initializedIs(args.at(0, "initialized").asBool());
-      return Reply::of(machine.initialized());
-    case handleInitialized:
-      machine.handleInitialized();
-      return Reply::done();
-  }
-  return Reply::notHandled();
-}
-
-AttributeInfo pinWriter(Zel::Name name) {
-  return procedureAttribute(std::move(name),
-                            {{"led", "Hardware::Gpio::CorvelGpioLedConfig"}, {"value", "U32"}});
+// A pin writer by name: the LED's output configuration and the value for its colour's pins.
+template <void (Machine::*writer)(Zel::Ptr<CorvelGpioLedConfig> const&, U32)>
+Row<Machine> pinWriter(Zel::Name name) {
+  return {procedureAttribute(std::move(name),
+                             {{"led", "Hardware::Gpio::CorvelGpioLedConfig"}, {"value", "U32"}}),
+          [](Machine& machine, Request const& request) {
+            auto led = request.arg(0).asPtr<CorvelGpioLedConfig>();
+            U32 const value = request.arg(1).asU32();
+            (machine.*writer)(led, value);
+            return Reply::done();
+          }};
 }
 
 constexpr Operations kGet{Operation::get};
 constexpr Operations kGetSet{Operation::get, Operation::set};
 AttributeTable const table(
-    GpioLedStateMachine::type(),
-    {
-        pointerAttribute("corvelGpioLedConfig", "Hardware::Gpio::CorvelGpioLedConfig", kGet),
-        pointerAttribute("hwLedConfig", "Hardware::Led::LedConfig", kGet),
-        valueAttribute("name", "Zel::Name", kGet),
-        procedureAttribute("handleHwLedConfig"),
-        pinWriter("handleCorvelGpioYellow"),
-        pinWriter("handleCorvelGpioGreen"),
-        pinWriter("handleCorvelGpioRed"),
-        pinWriter("handleCorvelGpioOrange"),
-        procedureAttribute("handleLedSystemConfig",
-                           {{"ledSystemConfig", "Zel::Name"}, {"setting", "Led::LightSetting"}}),
-        pointerAttribute("clock", "Zel::Clock", kGetSet),
-        procedureAttribute("handleClockTimeout"),
-        valueAttribute("flashingState", "bool", kGetSet),
-        valueAttribute("initialized", "bool", kGetSet),
-        procedureAttribute("handleInitialized"),
-    },
-    &dispatchMachine);
+    Machine::type(),
+    Rows<Machine>{
+        {pointerAttribute("corvelGpioLedConfig", "Hardware::Gpio::CorvelGpioLedConfig", kGet),
+         [](Machine& machine, Request const&) { return Reply::of(machine.corvelGpioLedConfig()); }},
+        {pointerAttribute("hwLedConfig", "Hardware::Led::LedConfig", kGet),
+         [](Machine& machine, Request const&) { return Reply::of(machine.hwLedConfig()); }},
+        {valueAttribute("name", "Zel::Name", kGet),
+         [](Machine& machine, Request const&) { return Reply::of(machine.name()); }},
+        {procedureAttribute("handleHwLedConfig"),
+         [](Machine& machine, Request const&) {
+           machine.handleHwLedConfig();
+           return Reply::done();
+         }},
+        pinWriter<&Machine::handleCorvelGpioYellow>("handleCorvelGpioYellow"),
+        pinWriter<&Machine::handleCorvelGpioGreen>("handleCorvelGpioGreen"),
+        pinWriter<&Machine::handleCorvelGpioRed>("handleCorvelGpioRed"),
+        pinWriter<&Machine::handleCorvelGpioOrange>("handleCorvelGpioOrange"),
+        {procedureAttribute("handleLedSystemConfig",
+                            {{"ledSystemConfig", "Zel::Name"}, {"setting", "Led::LightSetting"}}),
+         [](Machine& machine, Request const& request) {
+           Zel::Name const ledSystemConfig = request.arg(0).asName();
+           machine.handleLedSystemConfig(ledSystemConfig, request.arg(1).as<::Led::LightSetting>());
+           return Reply::done();
+         }},
+        {pointerAttribute("clock", "Zel::Clock", kGetSet),
+         [](Machine& machine, Request const& request) {
+           if (request.operation == Operation::set) {
+             machine.clockIs(request.arg(0).asPtr<Zel::Clock const>());
+           }
+           return Reply::of(machine.clock());
+         }},
+        {procedureAttribute("handleClockTimeout"),
+         [](Machine& machine, Request const&) {
+           machine.handleClockTimeout();
+           return Reply::done();
+         }},
+        {valueAttribute("flashingState", "bool", kGetSet),
+         [](Machine& machine, Request const& request) {
+           if (request.operation == Operation::set)
+             machine.flashingStateIs(request.arg(0).asBool());
+           return Reply::of(machine.flashingState());
+         }},
+        {valueAttribute("initialized", "bool", kGetSet),
+         [](Machine& machine, Request const& request) {
+           if (request.operation == Operation::set) machine.initializedIs(request.arg(0).asBool());
+           return Reply::of(machine.initialized());
+         }},
+        {procedureAttribute("handleInitialized"),
+         [](Machine& machine, Request const&) {
+           machine.handleInitialized();
+           return Reply::done();
+         }},
+    });
 TableRegistration const registration(table);
 
 }  // namespace

@@ -7,9 +7,12 @@ The LEDs are switched to flashing one after another over one interval, so that t
 out of phase, as on an appliance whose LEDs start flashing at different times.
 
 Usage: measure_panel.py --warden PATH [--leds 500] [--interval 0.5] [--columns 160]
-                        [--rows 50] [--seconds 10] [--pins] [--under COMMAND]
-Prints one JSON line: leds, seconds, cpu_share_pct, bytes_per_s, wakes_per_s.
+                        [--rows 50] [--seconds 10] [--pins] [--viewers N] [--under COMMAND]
+Prints one JSON line: leds, seconds, cpu_share_pct, bytes_per_s, wakes_per_s (and with
+--viewers, viewers, events_per_s and stream_bytes_per_s of one viewer).
 --pins also drives every pin through a values file, so that the driver's cost is included.
+--viewers N serves the panel over HTTP (--http on a unix socket) and keeps N event streams
+open and read for the whole run, as N browsers showing the panel would.
 """
 
 import argparse
@@ -19,6 +22,7 @@ import os
 import pty
 import select
 import signal
+import socket
 import struct
 import sys
 import tempfile
@@ -65,15 +69,63 @@ def wakes(pid):
     return 0
 
 
+class Viewers:
+    """Event streams read as fast as they come; counts the first viewer's events and bytes."""
+
+    def __init__(self):
+        self.sockets = []
+        self.events = 0
+        self.bytes = 0
+
+    def open(self, path, count, fd):
+        """Connects while reading the terminal, which warden must be able to write to accept."""
+        deadline = time.monotonic() + 10
+        while len(self.sockets) < count and time.monotonic() < deadline:
+            if not os.path.exists(path):
+                drain(fd, time.monotonic() + 0.05)
+                continue
+            viewer = socket.socket(socket.AF_UNIX, socket.SOCK_STREAM)
+            viewer.setblocking(False)
+            try:
+                viewer.connect(path)
+            except (BlockingIOError, ConnectionRefusedError):
+                viewer.close()  # the backlog is full until warden accepts
+                drain(fd, time.monotonic() + 0.01)
+                continue
+            viewer.send(b"GET /events HTTP/1.1\r\nHost: bench\r\n\r\n")
+            self.sockets.append(viewer)
+        if len(self.sockets) < count:
+            raise SystemExit("measure_panel: only {} viewers connected".format(len(self.sockets)))
+
+    def read(self, viewer):
+        try:
+            data = viewer.recv(1 << 20)
+        except BlockingIOError:
+            return
+        if viewer is self.sockets[0]:
+            self.bytes += len(data)
+            self.events += data.count(b"\ndata: ")
+
+    def reset(self):
+        self.events = self.bytes = 0
+
+
+VIEWERS = Viewers()
+
+
 def drain(fd, until):
-    """Reads the terminal until a time, returning the bytes read; None when warden ended."""
+    """Reads the terminal (and the viewers' streams) until a time, returning the terminal bytes
+    read; None when warden ended."""
     total = 0
     while True:
         left = until - time.monotonic()
         if left <= 0:
             return total
-        ready, _, _ = select.select([fd], [], [], left)
-        if ready:
+        ready, _, _ = select.select([fd] + VIEWERS.sockets, [], [], left)
+        for viewer in ready:
+            if viewer is not fd:
+                VIEWERS.read(viewer)
+        if fd in ready:
             try:
                 data = os.read(fd, 65536)
             except OSError:
@@ -92,6 +144,7 @@ def main():
     parser.add_argument("--rows", type=int, default=50)
     parser.add_argument("--seconds", type=float, default=10.0)
     parser.add_argument("--pins", action="store_true")
+    parser.add_argument("--viewers", type=int, default=0)
     parser.add_argument("--under", default="",
                         help="a command to run warden under, e.g. 'valgrind --tool=callgrind'")
     args = parser.parse_args()
@@ -100,6 +153,9 @@ def main():
         command = args.under.split() + [args.warden, "run", "--quiet"]
         if args.pins:
             command += ["--pins", write_pin_map(directory, args.leds)]
+        http = os.path.join(directory, "http.sock")
+        if args.viewers:
+            command += ["--http", "unix:" + http]
         command.append(write_script(directory, args.leds, args.interval))
         pid, fd = pty.fork()
         if pid == 0:
@@ -110,11 +166,14 @@ def main():
             null = os.open(os.devnull, os.O_RDONLY)
             os.dup2(null, 0)
             os.execvp(command[0], command)
+        if args.viewers:
+            VIEWERS.open(http, args.viewers, fd)
         # The script switches the LEDs on over one interval; the window starts once all flash.
         warm_up = time.monotonic() + args.interval + 2.0
         failed = drain(fd, warm_up) is None
         if not failed:
             cpu0, wakes0, t0 = cpu_seconds(pid), wakes(pid), time.monotonic()
+            VIEWERS.reset()
             written = drain(fd, t0 + args.seconds)
             failed = written is None
         if not failed:
@@ -129,11 +188,16 @@ def main():
             print("measure_panel: warden ended early", file=sys.stderr)
             return 2
     elapsed = t1 - t0
-    print(json.dumps({
+    figures = {
         "leds": args.leds, "seconds": round(elapsed, 2),
         "cpu_share_pct": round(100.0 * (cpu1 - cpu0) / elapsed, 3),
         "bytes_per_s": round(written / elapsed),
-        "wakes_per_s": round((wakes1 - wakes0) / elapsed)}))
+        "wakes_per_s": round((wakes1 - wakes0) / elapsed)}
+    if args.viewers:
+        figures.update({"viewers": args.viewers,
+                        "events_per_s": round(VIEWERS.events / elapsed, 1),
+                        "stream_bytes_per_s": round(VIEWERS.bytes / elapsed)})
+    print(json.dumps(figures))
     return 0
 
 

@@ -25,6 +25,21 @@ char valueByte(bool lit) noexcept {
 
 FileBackend::FileBackend(std::string valuesFile) : valuesFile_(std::move(valuesFile)) {}
 
+std::vector<PinFault> FileBackend::check(std::vector<PinClaim> const& pins) {
+  std::vector<PinFault> faults;
+  int const sharedError = checkReplaceable(valuesFile_);
+  for (PinClaim const& claim : pins) {
+    std::string const& path = claim.address->path;
+    if (path.empty() && sharedError != 0) {
+      faults.push_back(
+          {claim.pin, sharedError, "file '" + valuesFile_ + "': " + std::strerror(sharedError)});
+    } else if (int error = path.empty() ? 0 : checkWritable(path, true)) {
+      faults.push_back({claim.pin, error, "file '" + path + "': " + std::strerror(error)});
+    }
+  }
+  return faults;
+}
+
 std::vector<PinFault> FileBackend::claim(std::vector<PinClaim> const& pins) {
   std::vector<PinFault> faults;
   for (PinClaim const& claim : pins) {

@@ -25,6 +25,7 @@ class FileBackend final : public PinBackend {
   explicit FileBackend(std::string valuesFile);
 
   Backend kind() const noexcept override { return Backend::file; }
+  std::vector<PinFault> check(std::vector<PinClaim> const& pins) override;
   std::vector<PinFault> claim(std::vector<PinClaim> const& pins) override;
   std::vector<PinFault> write(std::vector<PinWrite> const& writes) override;
 

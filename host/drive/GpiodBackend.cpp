@@ -1,7 +1,8 @@
 #include "host/drive/GpiodBackend.h"
 
+#include <cerrno>
 #include <cstring>
-#include <map>
+#include <system_error>
 #include <unordered_map>
 
 namespace Drive {
@@ -12,39 +13,56 @@ std::string errorText(int error) {
   return std::strerror(error);
 }
 
+PinFault lineFault(std::size_t pin, unsigned offset, std::string const& chip, int error) {
+  return {pin, error,
+          "line " + std::to_string(offset) + " of GPIO chip '" + chip + "': " + errorText(error)};
+}
+
 }  // namespace
 
 GpiodBackend::GpiodBackend(std::unique_ptr<GpioLines> lines) : lines_(std::move(lines)) {}
 
-GpiodBackend::~GpiodBackend() {
-  for (Request const& request : requests_) lines_->release(request.handle);
+std::optional<std::size_t> GpiodBackend::chipIndex(PinClaim const& claim,
+                                                   std::vector<PinFault>& faults) {
+  std::string const& address = claim.address->chip;
+  auto const known = chipByAddress_.find(address);
+  if (known != chipByAddress_.end()) return known->second;
+  try {
+    chips_.push_back(lines_->openChip(address));
+  } catch (std::system_error const& error) {
+    int const code = error.code().value();
+    faults.push_back({claim.pin, code, "GPIO chip '" + address + "': " + errorText(code)});
+    return std::nullopt;
+  }
+  chipByAddress_.emplace(address, chips_.size() - 1);
+  return chips_.size() - 1;
 }
 
-std::vector<PinFault> GpiodBackend::claim(std::vector<PinClaim> const& pins) {
-  std::vector<PinFault> faults;
-  // Ordered by chip and polarity so that requests come out the same at every start.
-  std::map<std::pair<std::size_t, bool>, std::vector<Line>> groups;
+GpiodBackend::Groups GpiodBackend::resolve(std::vector<PinClaim> const& pins,
+                                           std::vector<PinFault>& faults) {
+  Groups groups;
   std::unordered_map<std::string, std::string> takenBy;  // "chip/offset" -> pin
   for (PinClaim const& claim : pins) {
     PinAddress const& address = *claim.address;
-    std::size_t chip = 0;
-    if (int error = lines_->openChip(address.chip, chip)) {
-      faults.push_back({claim.pin, error, "GPIO chip '" + address.chip + "': " + errorText(error)});
-      continue;
-    }
+    std::optional<std::size_t> const found = chipIndex(claim, faults);
+    if (!found) continue;
+    std::size_t const chip = *found;
     unsigned offset = address.lineOffset.value_or(0);
     if (!address.lineOffset) {
-      if (int error = lines_->findLine(chip, address.lineName, offset)) {
-        faults.push_back({claim.pin, error,
+      try {
+        offset = chips_[chip]->lineOffset(address.lineName);
+      } catch (std::system_error const& error) {
+        faults.push_back({claim.pin, error.code().value(),
                           "no line '" + address.lineName + "' on GPIO chip '" + address.chip +
-                              "': " + errorText(error)});
+                              "': " + errorText(error.code().value())});
         continue;
       }
     }
     std::string const key = std::to_string(chip) + "/" + std::to_string(offset);
     auto const [other, fresh] = takenBy.emplace(key, address.pin);
     if (!fresh) {
-      faults.push_back({claim.pin, EBUSY,
+      // A mistake in the map, not a line that someone else holds: no restart mends it.
+      faults.push_back({claim.pin, EINVAL,
                         "line " + std::to_string(offset) + " of GPIO chip '" + address.chip +
                             "' is also pin '" + other->second + "'"});
       continue;
@@ -52,7 +70,28 @@ std::vector<PinFault> GpiodBackend::claim(std::vector<PinClaim> const& pins) {
     groups[{chip, address.activeLow}].push_back(
         {claim.pin, chip, offset, address.activeLow, claim.lit ? 1 : 0, &address.chip});
   }
-  for (auto const& [key, group] : groups) requestGroup(group, faults);
+  return groups;
+}
+
+std::vector<PinFault> GpiodBackend::check(std::vector<PinClaim> const& pins) {
+  std::vector<PinFault> faults;
+  for (auto const& [key, group] : resolve(pins, faults)) {
+    for (Line const& line : group) {
+      int error = 0;
+      try {
+        if (chips_[line.chip]->isLineUsed(line.offset)) error = EBUSY;
+      } catch (std::system_error const& failure) {
+        error = failure.code().value();
+      }
+      if (error != 0) faults.push_back(lineFault(line.pin, line.offset, *line.chipName, error));
+    }
+  }
+  return faults;
+}
+
+std::vector<PinFault> GpiodBackend::claim(std::vector<PinClaim> const& pins) {
+  std::vector<PinFault> faults;
+  for (auto const& [key, group] : resolve(pins, faults)) requestGroup(group, faults);
   return faults;
 }
 
@@ -68,13 +107,10 @@ void GpiodBackend::requestGroup(std::vector<Line> const& group, std::vector<PinF
     for (Line const& line : part) {
       int lineError = 0;
       if (!requestLines({line}, lineError)) {
-        faults.push_back({line.pin, lineError,
-                          "line " + std::to_string(line.offset) + " of GPIO chip '" +
-                              *line.chipName + "': " + errorText(lineError)});
+        faults.push_back(lineFault(line.pin, line.offset, *line.chipName, lineError));
         continue;
       }
-      lines_->release(requests_.back().handle);
-      requests_.pop_back();
+      requests_.pop_back();  // releases the line, to be requested with the others below
       usable.push_back(line);
     }
     for (Line const& line : usable) slots_[line.pin].claimed = false;
@@ -91,9 +127,13 @@ bool GpiodBackend::requestLines(std::vector<Line> const& lines, int& error) {
     request.offsets.push_back(line.offset);
     request.values.push_back(line.value);
   }
-  error = lines_->request(lines.front().chip, request.offsets, lines.front().activeLow,
-                          request.values, request.handle);
-  if (error != 0) return false;
+  try {
+    request.lines = chips_[lines.front().chip]->requestOutputs(
+        request.offsets, lines.front().activeLow, request.values);
+  } catch (std::system_error const& failure) {
+    error = failure.code().value();
+    return false;
+  }
   for (std::size_t i = 0; i < lines.size(); ++i) {
     if (slots_.size() <= lines[i].pin) slots_.resize(lines[i].pin + 1);
     slots_[lines[i].pin] = {requests_.size(), i, true};
@@ -115,7 +155,13 @@ std::vector<PinFault> GpiodBackend::write(std::vector<PinWrite> const& writes) {
   for (std::size_t index : touched_) {
     Request& request = requests_[index];
     request.touched = false;
-    if (int error = lines_->setValues(request.handle, request.values)) {
+    int error = 0;
+    try {
+      request.lines->setValues(request.values);
+    } catch (std::system_error const& failure) {
+      error = failure.code().value();
+    }
+    if (error != 0) {
       // The lines keep what they showed; the driver tries again at the next change.
       for (PinWrite const& write : writes) {
         Slot const& slot = write.pin < slots_.size() ? slots_[write.pin] : Slot{};

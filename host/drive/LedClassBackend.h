@@ -16,6 +16,7 @@ class LedClassBackend final : public PinBackend {
   explicit LedClassBackend(std::string sysfsRoot);
 
   Backend kind() const noexcept override { return Backend::led; }
+  std::vector<PinFault> check(std::vector<PinClaim> const& pins) override;
   std::vector<PinFault> claim(std::vector<PinClaim> const& pins) override;
   std::vector<PinFault> write(std::vector<PinWrite> const& writes) override;
 
@@ -24,6 +25,9 @@ class LedClassBackend final : public PinBackend {
     ValueFile brightness;
     std::string lit;  // the text written when lit
   };
+  std::string deviceDir(PinClaim const& claim) const;
+  int litText(PinClaim const& claim, std::string& lit, std::string& what) const;
+  int checkOne(PinClaim const& claim, std::string& what) const;
   int claimOne(PinClaim const& claim, Led& led, std::string& what);
 
   std::string root_;

@@ -1,7 +1,9 @@
 #include "host/drive/PinDriver.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
+#include <iterator>
 #include <utility>
 
 #include "host/drive/FileBackend.h"
@@ -15,6 +17,106 @@
 namespace Drive {
 
 using Hardware::Gpio::CorvelPinConfig;
+
+namespace {
+
+// Claims and backends are kept in one slot per kind of pin, so that a pin's kind finds its
+// backend without a search.
+constexpr Backend kBackends[] = {Backend::gpiod, Backend::led, Backend::file};
+constexpr std::size_t kBackendCount = std::size(kBackends);
+constexpr std::size_t slotOf(Backend kind) noexcept {
+  return static_cast<std::size_t>(kind);
+}
+constexpr bool eachKindSitsInItsSlot() {
+  for (std::size_t slot = 0; slot < kBackendCount; ++slot) {
+    if (slotOf(kBackends[slot]) != slot) return false;
+  }
+  return true;
+}
+static_assert(eachKindSitsInItsSlot());
+using ClaimsByBackend = std::vector<std::vector<PinClaim>>;
+
+ClaimsByBackend claimsOf(PinMap const& map, std::function<bool(std::size_t)> const& lit) {
+  ClaimsByBackend claims(kBackendCount);
+  for (std::size_t i = 0; i < map.pins.size(); ++i) {
+    claims[slotOf(map.pins[i].backend)].push_back({i, &map.pins[i], lit(i)});
+  }
+  return claims;
+}
+
+std::unique_ptr<PinBackend> backendOf(Backend kind, PinMap const& map,
+                                      DriverOptions const& options) {
+  switch (kind) {
+    case Backend::gpiod:
+      return std::make_unique<GpiodBackend>(options.gpioLines ? options.gpioLines()
+                                                              : libgpiodLines());
+    case Backend::led:
+      return std::make_unique<LedClassBackend>(map.sysfsRoot);
+    case Backend::file:
+      return std::make_unique<FileBackend>(map.valuesFile);
+  }
+  return nullptr;
+}
+
+// A backend for each kind of pin that the map names.
+std::vector<std::unique_ptr<PinBackend>> backendsFor(PinMap const& map,
+                                                     DriverOptions const& options,
+                                                     ClaimsByBackend const& claims) {
+  std::vector<std::unique_ptr<PinBackend>> backends(kBackendCount);
+  for (Backend kind : kBackends) {
+    if (!claims[slotOf(kind)].empty()) backends[slotOf(kind)] = backendOf(kind, map, options);
+  }
+  return backends;
+}
+
+// In map order, as a reader of the map goes through it.
+std::vector<PinFault> checked(std::vector<std::unique_ptr<PinBackend>> const& backends,
+                              ClaimsByBackend const& claims) {
+  std::vector<PinFault> faults;
+  for (std::size_t b = 0; b < backends.size(); ++b) {
+    if (!backends[b]) continue;
+    auto const failed = backends[b]->check(claims[b]);
+    faults.insert(faults.end(), failed.begin(), failed.end());
+  }
+  std::sort(faults.begin(), faults.end(),
+            [](PinFault const& x, PinFault const& y) { return x.pin < y.pin; });
+  return faults;
+}
+
+// Failures that a later try may not meet: the line is there but held, or the system short of
+// something for now. Anything else (no such device, no permission, a value the device refuses)
+// stays until the map or the hardware changes.
+bool isTransient(int error) {
+  switch (error) {
+    case EBUSY:
+    case EAGAIN:
+    case EINTR:
+    case ETIMEDOUT:
+    case EMFILE:
+    case ENFILE:
+    case ENOMEM:
+      return true;
+    default:
+      return false;
+  }
+}
+
+std::string missingLine(PinMap const& map, PinFault const& fault) {
+  PinAddress const& address = map.pins[fault.pin];
+  return map.where(address) + ": pin '" + address.pin + "': " + fault.text;
+}
+
+DriveError refusal(PinMap const& map, std::vector<PinFault> const& faults) {
+  std::string text;
+  bool transient = true;
+  for (PinFault const& fault : faults) {
+    text += (text.empty() ? "" : "\n") + missingLine(map, fault);
+    transient = transient && isTransient(fault.error);
+  }
+  return DriveError(text, transient);
+}
+
+}  // namespace
 
 class PinDriver::LampTimer : public Zel::Clock::NotifieeConst {
  public:
@@ -52,32 +154,39 @@ PinDriver::~PinDriver() {
   }
 }
 
+void PinDriver::check(PinMap const& map, DriverOptions const& options) {
+  auto const claims = claimsOf(map, [](std::size_t) { return false; });
+  auto const backends = backendsFor(map, options, claims);
+  std::vector<PinFault> const faults = checked(backends, claims);
+  if (!faults.empty()) throw refusal(map, faults);
+}
+
 void PinDriver::claimAll() {
-  backends_.resize(3);
-  std::vector<std::vector<PinClaim>> claims(3);
-  for (std::size_t i = 0; i < pins_.size(); ++i) {
-    Pin& pin = pins_[i];
-    auto const entity = Zel::ptrCast<CorvelPinConfig>(dir_->entityRef(pin.address->pin));
-    pin.wanted = entity && entity->value() != 0;
-    claims[static_cast<std::size_t>(pin.address->backend)].push_back({i, pin.address, pin.wanted});
+  auto claims = claimsOf(map_, [this](std::size_t i) {
+    auto const entity = Zel::ptrCast<CorvelPinConfig>(dir_->entityRef(map_.pins[i].pin));
+    return entity && entity->value() != 0;
+  });
+  for (auto const& backend : claims) {
+    for (PinClaim const& claim : backend) pins_[claim.pin].wanted = claim.lit;
   }
-  if (!claims[0].empty()) {
-    backends_[0] =
-        std::make_unique<GpiodBackend>(options_.gpioLines ? options_.gpioLines() : libgpiodLines());
-  }
-  if (!claims[1].empty()) backends_[1] = std::make_unique<LedClassBackend>(map_.sysfsRoot);
-  if (!claims[2].empty()) backends_[2] = std::make_unique<FileBackend>(map_.valuesFile);
-  std::vector<PinFault> faults;
+  backends_ = backendsFor(map_, options_, claims);
+  // Everything is checked before anything is claimed, so that a refused start leaves the board
+  // as it was rather than darkening the LEDs that are there.
+  std::vector<PinFault> faults = checked(backends_, claims);
+  if (!faults.empty() && !options_.partial) throw refusal(map_, faults);
+  std::vector<bool> refused(pins_.size(), false);
+  for (PinFault const& fault : faults) refused[fault.pin] = true;
   for (std::size_t b = 0; b < backends_.size(); ++b) {
-    if (!backends_[b]) continue;
+    std::erase_if(claims[b], [&refused](PinClaim const& claim) { return refused[claim.pin]; });
+    if (!backends_[b] || claims[b].empty()) continue;
     for (PinClaim const& claim : claims[b]) {
       pins_[claim.pin].claimed = true;
       pins_[claim.pin].shown = claim.lit;
     }
+    // What went between the check and the claim (a line taken meanwhile).
     auto const failed = backends_[b]->claim(claims[b]);
     faults.insert(faults.end(), failed.begin(), failed.end());
   }
-  // In map order, as a reader of the map goes through it.
   std::sort(faults.begin(), faults.end(),
             [](PinFault const& x, PinFault const& y) { return x.pin < y.pin; });
   for (PinFault const& fault : faults) {
@@ -85,13 +194,10 @@ void PinDriver::claimAll() {
     pin.claimed = false;
     pin.shown.reset();
     errorIs(fault.pin, fault.text);
-    missing_.push_back(map_.where(*pin.address) + ": pin '" + pin.address->pin +
-                       "': " + fault.text);
+    missing_.push_back(missingLine(map_, fault));
   }
   if (missing_.empty()) return;
-  std::string text;
-  for (std::string const& line : missing_) text += (text.empty() ? "" : "\n") + line;
-  if (!options_.partial) throw DriveError(text);
+  if (!options_.partial) throw refusal(map_, faults);
   for (std::string const& line : missing_) log_("pins: not driven: " + line);
 }
 
@@ -162,7 +268,9 @@ void PinDriver::writeNow(std::vector<PinWrite> const& writes) {
   // Grouped by backend, so that each can make one write of everything that changed.
   std::vector<std::vector<PinWrite>> perBackend(backends_.size());
   for (PinWrite const& write : writes) {
-    perBackend[static_cast<std::size_t>(pins_[write.pin].address->backend)].push_back(write);
+    std::size_t const backend = slotOf(pins_[write.pin].address->backend);
+    perBackend[backend].push_back(write);
+    ++counters_.writes[backend];
     pins_[write.pin].shown = write.lit;
     if (!pins_[write.pin].error.empty()) errorIs(write.pin, {});
   }
@@ -175,6 +283,7 @@ void PinDriver::writeNow(std::vector<PinWrite> const& writes) {
 
 void PinDriver::fault(PinFault const& failed) {
   Pin& pin = pins_[failed.pin];
+  ++counters_.writeErrors[slotOf(pin.address->backend)];
   // The hardware holds what it held; unknown, so that the next latch that meets the pin writes it.
   pin.shown.reset();
   errorIs(failed.pin, failed.text);
@@ -206,6 +315,7 @@ void PinDriver::lampTest(double seconds) {
     lampTimer_->notifierIs(loop_.clock());
   }
   lampOn_ = true;
+  ++counters_.lampTests;
   lampTimer_->timeMinIs(loop_.currentTime() + seconds);
   markAll();
 }

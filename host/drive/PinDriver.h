@@ -6,6 +6,8 @@
 // shows by then, without touching the agent's pin configuration.
 #pragma once
 
+#include <array>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <optional>
@@ -27,7 +29,15 @@ namespace Drive {
 // Pins that cannot be claimed at start; what() names each with its map line.
 class DriveError : public std::runtime_error {
  public:
-  using std::runtime_error::runtime_error;
+  DriveError(std::string const& what, bool transient)
+      : std::runtime_error(what), transient_(transient) {}
+  // True when every pin at fault is there but held or failing for now (a line another program
+  // holds), so that a later start may claim it; false when the map names something that is not
+  // there or cannot be driven, which only an edit of the map or of the hardware mends.
+  bool transient() const noexcept { return transient_; }
+
+ private:
+  bool transient_;
 };
 
 struct DriverOptions {
@@ -46,6 +56,13 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   // does not name, so that a view marks just that pin.
   using FaultListener = std::function<void(std::string const& pin, bool failing)>;
 
+  // What the driver has done since it started, for monitoring; indexed by Backend.
+  struct Counters {
+    std::array<std::uint64_t, kBackendCount> writes{};
+    std::array<std::uint64_t, kBackendCount> writeErrors{};
+    std::uint64_t lampTests = 0;
+  };
+
   struct Pin {
     PinAddress const* address = nullptr;
     bool wanted = false;        // what the agent shows
@@ -56,13 +73,18 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
     bool dirty = false;
   };
 
-  // Claims every mapped pin, lit as the pin configuration already stands. Throws DriveError when
-  // a pin cannot be claimed, unless `options.partial`.
+  // Checks every mapped pin, then claims them, lit as the pin configuration already stands.
+  // Throws DriveError when a pin cannot be claimed, unless `options.partial`; a pin found
+  // missing by the check is reported before any pin is touched.
   PinDriver(PinMap map, Zel::Dir& pins, Zel::ActivityManager& loop, Log log,
             DriverOptions options = {});
   ~PinDriver() override;
   PinDriver(PinDriver const&) = delete;
   PinDriver& operator=(PinDriver const&) = delete;
+
+  // Throws DriveError naming every mapped pin that could not be claimed now, touching none: for
+  // a start that must refuse a wrong map before it connects or starts anything else.
+  static void check(PinMap const& map, DriverOptions const& options);
 
   // Lights every mapped pin for `seconds`, then shows what the agent shows at that time.
   void lampTest(double seconds);
@@ -76,6 +98,7 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   // Pins that could not be claimed, as "map:line: pin 'X': reason".
   std::vector<std::string> const& missing() const noexcept { return missing_; }
   std::uint64_t writeCount() const noexcept { return writes_; }
+  Counters const& counters() const noexcept { return counters_; }
   // Mapped pins whose last write or claim failed.
   std::size_t failingCount() const noexcept { return failing_; }
   std::unordered_set<std::string> const& unmapped() const noexcept { return warnedUnmapped_; }
@@ -113,6 +136,7 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   bool lampOn_ = false;
   Zel::Ptr<LampTimer> lampTimer_;
   std::uint64_t writes_ = 0;
+  Counters counters_;
   std::size_t failing_ = 0;
   FaultListener faultListener_;
   std::shared_ptr<bool> alive_;  // a queued latch outliving the driver finds it gone

@@ -2,6 +2,8 @@
 
 #include <toml++/toml.h>
 
+#include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -202,7 +204,7 @@ PinMap parsePinMap(std::string const& text, std::string const& source, std::stri
 
 PinMap loadPinMap(std::string const& path) {
   std::ifstream in(path);
-  if (!in) throw PinMapError(path + ": cannot read the pin map");
+  if (!in) throw PinMapError(path + ": cannot read the pin map: " + std::strerror(errno));
   std::ostringstream text;
   text << in.rdbuf();
   std::string const dir = std::filesystem::path(path).parent_path().string();

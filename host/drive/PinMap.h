@@ -12,6 +12,7 @@
 namespace Drive {
 
 enum class Backend { gpiod, led, file };
+inline constexpr std::size_t kBackendCount = 3;
 char const* backendName(Backend backend) noexcept;
 
 // What the driver leaves on the pins when warden stops cleanly.

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <filesystem>
 #include <utility>
 
 namespace Drive {
@@ -47,6 +48,25 @@ int ValueFile::writeAt(std::size_t offset, std::string_view bytes) {
   if (n < 0) return errno;
   if (static_cast<std::size_t>(n) != bytes.size()) return EIO;
   return 0;
+}
+
+namespace {
+
+int checkDirectoryOf(std::string const& path) {
+  std::string const dir = std::filesystem::path(path).parent_path().string();
+  return ::access(dir.empty() ? "." : dir.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
+}
+
+}  // namespace
+
+int checkWritable(std::string const& path, bool create) {
+  if (::access(path.c_str(), W_OK) == 0) return 0;
+  if (errno != ENOENT || !create) return errno;
+  return checkDirectoryOf(path);
+}
+
+int checkReplaceable(std::string const& path) {
+  return checkDirectoryOf(path);
 }
 
 int readSmallFile(std::string const& path, std::string& text) {

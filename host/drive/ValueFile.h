@@ -29,6 +29,11 @@ class ValueFile {
   int fd_ = -1;
 };
 
+// Whether `path` could be opened for writing, or made in its directory when `create`: errno, 0
+// when so. Asks the kernel only; nothing is opened, made or written.
+int checkWritable(std::string const& path, bool create);
+// Whether replaceFile could replace `path`: its directory takes new files. errno, 0 when so.
+int checkReplaceable(std::string const& path);
 // Reads a whole small file, such as `max_brightness`; returns errno, 0 on success.
 int readSmallFile(std::string const& path, std::string& text);
 // Writes a small file whole, as a separate open, write and close (a sysfs `trigger`).

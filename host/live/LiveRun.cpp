@@ -2,7 +2,9 @@
 
 #include <unistd.h>
 
+#include <algorithm>
 #include <csignal>
+#include <cstdio>
 #include <deque>
 #include <iostream>
 #include <limits>
@@ -12,12 +14,16 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
+#include "host/http/PanelHttp.h"
 #include "host/live/Console.h"
 #include "host/live/FrontPanel.h"
 #include "host/live/PinChangeLog.h"
 #include "host/live/PinWatcher.h"
 #include "host/live/SignalWatch.h"
+#include "host/run/ExitStatus.h"
 #include "host/run/RunSetup.h"
+#include "host/run/ServerDatabase.h"
+#include "host/script/CommandTable.h"
 #include "host/script/Executor.h"
 #include "host/script/ScriptFile.h"
 #include "host/script/ScriptParser.h"
@@ -27,6 +33,12 @@ namespace Host {
 namespace {
 
 constexpr char kStandardInput[] = "<stdin>";
+
+// What the live console understands beyond the script language.
+constexpr CommandSyntax kConsoleCommands[] = {
+    {"lamp", "lamp test SECONDS", "light every mapped pin for a while (needs --pins)"},
+    {"help", "help\nhelp COMMAND", "list the commands, or the forms of one"},
+};
 
 bool outputIsTerminal() {
   char const* term = std::getenv("TERM");
@@ -44,6 +56,7 @@ class LiveRun {
   }
 
   ~LiveRun() {
+    http_.reset();
     console_.reset();
     signals_.reset();
     watcher_.reset();
@@ -55,7 +68,7 @@ class LiveRun {
 
   int run() {
     std::optional<Script> script = readScript();
-    if (!script) return 1;
+    if (!script) return kExitWrongInput;
     bool const fromStdin = options_.scripts.empty();
     setup_.traceLevelsIs(expectedTraceLevels(*script));
     queueScript(std::move(*script));
@@ -75,20 +88,21 @@ class LiveRun {
         session.pins(), [&session] { return session.elapsed(); },
         [this](PinChange const& change) { view_->pinChanged(change); });
     announce(fromStdin);
-    if (!startDriver(session)) return 1;
+    if (int const refused = startDriver(session)) return refused;
+    if (!startHttp(session)) return kExitFailed;
     if (driver_) view_->driverIs(driver_.get());
     try {
       executor_->startAgent(setup_.agentFactory(), options_.agentName,
                             fromStdin ? kStandardInput : options_.scripts[0]);
     } catch (std::exception const& error) {
       std::cout << "warden: the agent could not be created: " << error.what() << std::endl;
-      return 1;
+      return kExitFailed;
     }
     startInput(fromStdin);
     drive();
     executor_->finish();
     if (driver_) driver_->stop();
-    return 0;
+    return kExitDone;
   }
 
  private:
@@ -101,9 +115,9 @@ class LiveRun {
   };
 
   // Claims the mapped pins before the agent starts, so that a pin that cannot be driven stops
-  // the run before anything is lit.
-  bool startDriver(Session& session) {
-    if (options_.pinMap.empty()) return true;
+  // the run before anything is lit. Returns the exit status of a refusal, 0 once claimed.
+  int startDriver(Session& session) {
+    if (options_.pinMap.empty()) return kExitDone;
     try {
       Drive::DriverOptions driverOptions;
       driverOptions.partial = options_.pinsPartial;
@@ -112,12 +126,30 @@ class LiveRun {
           [](std::string const& line) { std::cout << line << std::endl; }, driverOptions);
     } catch (Drive::PinMapError const& error) {
       std::cerr << "warden: " << error.what() << '\n';
-      return false;
+      return kExitWrongInput;
     } catch (Drive::DriveError const& error) {
       std::cerr << "warden: pins that cannot be driven (--pins-partial drives the rest):\n"
                 << error.what() << '\n';
+      return exitStatusOf(error);
+    }
+    return kExitDone;
+  }
+
+  bool startHttp(Session& session) {
+    if (options_.httpAddress.empty()) return true;
+    std::string const database = options_.database.url.empty() ? "embedded" : options_.database.url;
+    try {
+      http_ = std::make_unique<Http::PanelHttp>(
+          Http::PanelFeed{options_.agentName, session.loop(), session.pins(), &session.mappings(),
+                          &session.leds(), [database] { return database; }, session.startTime()},
+          options_.httpAddress, options_.httpAllowRemote,
+          [](std::string const& line) { std::cout << line << std::endl; });
+    } catch (std::exception const& error) {
+      std::cerr << "warden: " << error.what() << '\n';
       return false;
     }
+    http_->driverIs(driver_.get());
+    if (!options_.quiet) std::cout << "warden: panel at " << http_->url() << std::endl;
     return true;
   }
 
@@ -200,8 +232,55 @@ class LiveRun {
         });
   }
 
+  // `help` answers at once, even while a script step runs.
+  bool helpCommand(std::string const& text) {
+    std::istringstream words(text);
+    std::string first, topic, extra;
+    words >> first >> topic;
+    if (first != "help") return false;
+    if (words >> extra) {
+      std::cout << "help takes at most one command name" << std::endl;
+    } else {
+      std::cout << commandHelp(topic, commandTable(), kConsoleCommands) << std::flush;
+    }
+    return true;
+  }
+
+  // A typed command runs between the script's steps, not after the whole script; while a step
+  // is under way the console says what it is waiting for.
+  void noteWaitingStep() {
+    if (idle_ || !running_ || !running_->line || running_->fromConsole) return;
+    std::cout << "(runs after the script's line " << running_->line->where.line;
+    if (auto const* wait = std::get_if<WaitCommand>(&running_->line->command)) {
+      double const left = runningSince_ + wait->seconds - executor_->session().elapsed();
+      char seconds[32];
+      std::snprintf(seconds, sizeof seconds, "%.1f", std::max(left, 0.0));
+      std::cout << ", wait " << wait->seconds << ", in " << seconds << " s";
+    }
+    std::cout << ")" << std::endl;
+  }
+
   void consoleLine(std::string const& text) {
     ++consoleLines_;
+    if (helpCommand(text)) {
+      wake();
+      if (!idle_ && console_) console_->resume();
+      return;
+    }
+    std::size_t const queuedBefore = queue_.size();
+    consoleLineQueued(text);
+    // Ahead of what remains of the script, in the order typed.
+    if (queue_.size() > queuedBefore) {
+      std::rotate(queue_.begin() + static_cast<std::ptrdiff_t>(consoleAhead_),
+                  queue_.begin() + static_cast<std::ptrdiff_t>(queuedBefore), queue_.end());
+      consoleAhead_ += queue_.size() - queuedBefore;
+      noteWaitingStep();
+    }
+    // A script step is under way: the prompt comes back at once for the next command.
+    if (!idle_ && console_) console_->resume();
+  }
+
+  void consoleLineQueued(std::string const& text) {
     if (pinCommand(text)) {
       wake();
       return;
@@ -242,6 +321,7 @@ class LiveRun {
       while (!quit_ && !queue_.empty()) {
         Queued next = std::move(queue_.front());
         queue_.pop_front();
+        if (consoleAhead_ != 0) --consoleAhead_;
         if (next.driverView) {
           Drive::showDriver(*driver_, std::cout);
           std::cout.flush();
@@ -251,7 +331,11 @@ class LiveRun {
           std::cout << next.error << std::endl;
           continue;
         }
-        if (!executor_->execute(*next.line, next.fromConsole && !options_.quiet)) quit_ = true;
+        running_ = &next;
+        runningSince_ = executor_->session().elapsed();
+        bool const goOn = executor_->execute(*next.line, next.fromConsole && !options_.quiet);
+        running_ = nullptr;
+        if (!goOn) quit_ = true;
         view_->refresh();
       }
       if (quit_ || (inputEnded_ && queue_.empty())) break;
@@ -270,8 +354,12 @@ class LiveRun {
   std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<SignalWatch> signals_;
   std::unique_ptr<Console> console_;
+  std::unique_ptr<Http::PanelHttp> http_;
   std::deque<Queued> queue_;
   int consoleLines_ = 0;
+  std::size_t consoleAhead_ = 0;     // typed commands at the front of the queue
+  Queued const* running_ = nullptr;  // the step under way
+  double runningSince_ = 0;
   bool quit_ = false;
   bool idle_ = false;
   bool inputEnded_ = false;
@@ -284,7 +372,12 @@ int runLive(Options const& options) {
   RunSetup setup(options, std::cerr);
   if (!setup.hasPlugin()) {
     std::cerr << "warden: " << setup.loadError() << '\n';
-    return 1;
+    return kExitWrongInput;
+  }
+  std::string error;
+  if (!options.database.url.empty() && !endpointFor(options.database, error)) {
+    std::cerr << "warden: database: " << error << '\n';
+    return kExitWrongInput;
   }
   return LiveRun(options, setup).run();
 }

@@ -7,7 +7,8 @@
 
 namespace Host {
 
-// Returns the process's exit status.
+// Returns the process's exit status (ExitStatus.h): a script, plug-in, database URL, pin map or
+// device that is wrong is refused with kExitWrongInput before any pin is touched.
 int runLive(Options const& options);
 
 }  // namespace Host

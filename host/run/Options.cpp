@@ -71,6 +71,9 @@ class OptionReader {
     if (options.mode == Options::Mode::run && options.scripts.size() > 1) {
       throw UsageError{"run takes at most one script"};
     }
+    if (options.mode == Options::Mode::check && !options.httpAddress.empty()) {
+      throw UsageError{"--http is for run, serve and drive"};
+    }
     if (options.mode == Options::Mode::serve && !options.scripts.empty()) {
       throw UsageError{"serve takes no script"};
     }
@@ -121,6 +124,11 @@ class OptionReader {
       options.database.passwordFile = value();
     } else if (name == "--db-allow-insecure" && equals == std::string::npos) {
       options.database.allowInsecure = true;
+    } else if (name == "--http") {
+      options.httpAddress = value();
+      if (options.httpAddress.empty()) throw UsageError{"--http needs unix:PATH or HOST:PORT"};
+    } else if (name == "--http-allow-remote" && equals == std::string::npos) {
+      options.httpAllowRemote = true;
     } else if (name == "--config") {
       options.configPath = value();
     } else if (name == "--quiet" && equals == std::string::npos) {
@@ -152,7 +160,7 @@ std::string usageText() {
   return R"(usage: warden run   [OPTIONS] [SCRIPT]
        warden check [OPTIONS] SCRIPT...
        warden serve [--config FILE] [OPTIONS]
-       warden drive --db URL --pins FILE [OPTIONS]
+       warden drive [--config FILE] --db URL --pins FILE [OPTIONS]
 
   run     runs the agent live: SCRIPT's commands (or, without SCRIPT, commands typed on
           standard input), then goes on until interrupted or `quit`
@@ -161,8 +169,8 @@ std::string usageText() {
   serve   runs the agent as a service: no console, no panel, logs to standard error, tells
           systemd when it is ready; FILE (TOML) sets any option below by its long name
           (agent = "...", cell = 2, trace = ["Pinlamp/3"]), and the command line overrides it
-  drive   drives the pins of the pin map FILE from the pin table of the database server, for
-          an agent that runs in another process; no agent runs in this one
+  drive   drives the pins of the pin map from the pin table of the database server, for an
+          agent that runs in another process; no agent runs in this one; --config as for serve
 
 options:
   --agent PATH               the agent plug-in (default: the one built or installed with warden)
@@ -171,10 +179,10 @@ options:
   --trace FACILITY[/LEVELS]  print the facility's trace records at LEVELS (such as 0-9 or
                              3,6,8; default all) to standard error; may be repeated
   --quiet                    print only what matters: failures, pin changes and summaries
-  --pins FILE                run: drive real LEDs (GPIO lines, LED class devices, files) as
-                             the pin map FILE says; warden does not start when a mapped pin
-                             cannot be claimed
-  --pins-partial             run: drive the pins that can be claimed and report the others
+  --pins FILE                drive real LEDs (GPIO lines, LED class devices, files) as the
+                             pin map FILE says; warden does not start, and touches no pin,
+                             when a mapped pin cannot be claimed
+  --pins-partial             drive the pins that can be claimed and report the others
   --lamp-test-seconds N      serve, drive: SIGUSR2 lights every mapped pin for N seconds, then
                              shows what the agent shows (default: 10)
   --db URL                   follow the inputs from, and write the pins to, a database server:
@@ -183,7 +191,17 @@ options:
                              publishes each script's commands there, starting from empty tables
   --db-password-file FILE    the database password, read from FILE (never given on the line)
   --db-allow-insecure        allow TCP to another machine without credentials
-  --config FILE              serve: read the options from FILE first
+  --http ADDR                run, serve, drive: a read-only front panel in the browser (/),
+                             its JSON (/leds, /pins), events (/events) and metrics (/metrics)
+                             on unix:PATH or HOST:PORT (loopback only)
+  --http-allow-remote        let --http listen on an address other machines reach
+  --config FILE              serve, drive: read the options from FILE first; SIGHUP reads it
+                             again and applies trace and lamp-test-seconds at once
+
+exit status: 0 stopped on request (check: every expectation held); 1 a failure that a restart
+may mend, such as a GPIO line another program holds (check: an expectation failed); 2 a wrong
+input, reported with its place before any pin is touched: the command line, the configuration,
+the plug-in, the pin map, the database URL, a device the map names that is not there
 )";
 }
 

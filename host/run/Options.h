@@ -1,4 +1,5 @@
-// The command line of warden: a subcommand (run, check or serve), its options and its scripts.
+// The command line of warden: a subcommand (run, check, serve or drive), its options and its
+// scripts.
 #pragma once
 
 #include <cstdint>
@@ -26,12 +27,14 @@ struct Options {
   std::uint32_t cell = 1;
   std::vector<std::pair<std::string, std::uint32_t>> traces;  // facility, levels
   bool quiet = false;
-  std::string pinMap;           // run: drive the pins this map names
-  bool pinsPartial = false;     // run: drive the pins that can be claimed, report the others
+  std::string pinMap;           // run, serve, drive: drive the pins this map names
+  bool pinsPartial = false;     // drive the pins that can be claimed, report the others
   double lampTestSeconds = 10;  // serve, drive: how long SIGUSR2 lights every mapped pin
   DatabaseOptions database;
+  std::string httpAddress;       // run, serve, drive: the read-only panel, JSON and metrics
+  bool httpAllowRemote = false;  // listen on other than loopback
   std::vector<std::string> scripts;
-  std::string configPath;  // serve: the configuration file whose keys are these options
+  std::string configPath;  // serve, drive: the configuration file whose keys are these options
 };
 
 struct ParsedOptions {

@@ -1,95 +1,44 @@
 #include "host/script/Publisher.h"
 
-#include <algorithm>
-#include <optional>
-#include <vector>
+#include "platform/inputs/InputApplier.h"
 
 namespace Host {
 
 namespace {
 
-using Hardware::Gpio::GpioLedConfig;
-using Hardware::Gpio::PinNameSet;
-
-struct PinSetAccess {
-  PinNameSet const& (GpioLedConfig::*get)() const noexcept;
-  void (GpioLedConfig::*add)(Zel::Name const&, bool);
-  std::optional<bool> (GpioLedConfig::*remove)(Zel::Name const&);
-};
-
-// Indexed by Colour.
-constexpr PinSetAccess kPinSets[kColourCount] = {
-    {&GpioLedConfig::gpioYellowName, &GpioLedConfig::gpioYellowNameIs,
-     &GpioLedConfig::gpioYellowNameDel},
-    {&GpioLedConfig::gpioGreenName, &GpioLedConfig::gpioGreenNameIs,
-     &GpioLedConfig::gpioGreenNameDel},
-    {&GpioLedConfig::gpioRedName, &GpioLedConfig::gpioRedNameIs, &GpioLedConfig::gpioRedNameDel},
-    {&GpioLedConfig::gpioOrangeName, &GpioLedConfig::gpioOrangeNameIs,
-     &GpioLedConfig::gpioOrangeNameDel},
-};
-
-void replacePinSet(GpioLedConfig& mapping, PinSetAccess const& access,
-                   std::vector<std::string> const& pins) {
-  std::vector<Zel::Name> stale;
-  for (auto member : (mapping.*access.get)()) {
-    if (std::find(pins.begin(), pins.end(), member.key.view()) == pins.end()) {
-      stale.push_back(member.key);
-    }
-  }
-  for (Zel::Name const& pin : stale) (mapping.*access.remove)(pin);
-  for (std::string const& pin : pins) (mapping.*access.add)(Zel::Name(pin), true);
-}
-
-void applyMapping(GpioLedConfig& mapping, MappingCommand const& command) {
-  for (std::size_t colour = 0; colour < kColourCount; ++colour) {
-    if (command.pins[colour]) replacePinSet(mapping, kPinSets[colour], *command.pins[colour]);
-  }
-  if (command.ready) mapping.readyIs(*command.ready);
-}
-
-Led::LightSetting settingOf(LedCommand const& command, Led::LightSetting setting) {
-  setting.yellow = command.lit[static_cast<std::size_t>(Colour::yellow)];
-  setting.green = command.lit[static_cast<std::size_t>(Colour::green)];
-  setting.red = command.lit[static_cast<std::size_t>(Colour::red)];
-  setting.orange = command.lit[static_cast<std::size_t>(Colour::orange)];
-  setting.flashInterval = command.flashInterval;
-  return setting;
+Inputs::InputChange changeOf(bool replace) {
+  return replace ? Inputs::InputChange::replace : Inputs::InputChange::set;
 }
 
 }  // namespace
 
 void publishMapping(Hardware::Gpio::GpioLedSystemConfigDir& mappings,
                     MappingCommand const& command) {
-  Zel::Name const name(command.led);
-  Zel::Ptr<GpioLedConfig> published = mappings.gpioLeds(name);
-  if (published && !command.replace) {
-    applyMapping(*published, command);
-    return;
+  Inputs::MappingFields fields;
+  for (std::size_t colour = 0; colour < kColourCount; ++colour) {
+    if (!command.pins[colour]) continue;
+    fields.pins[colour].emplace(command.pins[colour]->begin(), command.pins[colour]->end());
   }
-  Zel::Ptr<GpioLedConfig> built = GpioLedConfig::gpioLedConfigIs(name);
-  applyMapping(*built, command);
-  mappings.gpioLedsIs(built);
+  fields.ready = command.ready;
+  Inputs::mappingApplied(mappings, Zel::Name(command.led), changeOf(command.replace), fields);
 }
 
 void publishLed(Hardware::Led::LedSystemConfigDir& leds, LedCommand const& command) {
-  using Hardware::Led::LedConfig;
-  Zel::Name const name(command.led);
-  Zel::Ptr<LedConfig> published = leds.leds(name);
-  if (published && !command.replace) {
-    published->lightSettingIs(settingOf(command, published->lightSetting()));
-    return;
-  }
-  Zel::Ptr<LedConfig> built = LedConfig::ledConfigIs(name);
-  built->lightSettingIs(settingOf(command, Led::LightSetting{}));
-  leds.ledsIs(built);
+  Led::LightSetting setting;
+  setting.yellow = command.lit[static_cast<std::size_t>(Colour::yellow)];
+  setting.green = command.lit[static_cast<std::size_t>(Colour::green)];
+  setting.red = command.lit[static_cast<std::size_t>(Colour::red)];
+  setting.orange = command.lit[static_cast<std::size_t>(Colour::orange)];
+  setting.flashInterval = command.flashInterval;
+  Inputs::ledApplied(leds, Zel::Name(command.led), changeOf(command.replace), setting);
 }
 
 bool withdrawMapping(Hardware::Gpio::GpioLedSystemConfigDir& mappings, std::string const& led) {
-  return static_cast<bool>(mappings.gpioLedsDel(Zel::Name(led)));
+  return Inputs::mappingApplied(mappings, Zel::Name(led), Inputs::InputChange::remove);
 }
 
 bool withdrawLed(Hardware::Led::LedSystemConfigDir& leds, std::string const& led) {
-  return static_cast<bool>(leds.ledsDel(Zel::Name(led)));
+  return Inputs::ledApplied(leds, Zel::Name(led), Inputs::InputChange::remove);
 }
 
 }  // namespace Host

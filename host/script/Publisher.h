@@ -1,6 +1,6 @@
 // The host's part as the other agents: it publishes GPIO LED mappings and LED configuration
-// into the database the way their owners do, either by inserting a fully built entity or by
-// changing the published one in place.
+// into the in-memory database the way their owners do, through the same applier that a database
+// server's mirror uses (platform/inputs), so that a script means the same on either.
 #pragma once
 
 #include <string>

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "host/run/TraceLevels.h"
+#include "host/script/CommandTable.h"
 #include "host/script/ScriptLexer.h"
 #include "platform/zel/Trace.h"
 
@@ -101,20 +102,26 @@ class LineParser {
  public:
   explicit LineParser(std::vector<Token> tokens) : tokens_(std::move(tokens)) {}
 
+  struct Verb {
+    CommandSyntax syntax;
+    Command (LineParser::*parse)();
+  };
+  static Verb const kVerbs[8];
+
   Command run() {
     std::string const verb = word("a command");
-    if (verb == "set") return mapping_or_led(false);
-    if (verb == "replace") return mapping_or_led(true);
-    if (verb == "remove") return remove();
-    if (verb == "wait") return finish(WaitCommand{parseSeconds(word("wait"), "wait", kMaxWait)});
-    if (verb == "expect") return expect();
-    if (verb == "show") return show();
-    if (verb == "trace") return trace();
-    if (verb == "quit") return finish(QuitCommand{});
+    for (Verb const& known : kVerbs) {
+      if (known.syntax.verb == verb) return (this->*known.parse)();
+    }
     throw Malformed{"unknown command " + quote(verb)};
   }
 
  private:
+  Command set() { return mapping_or_led(false); }
+  Command replace() { return mapping_or_led(true); }
+  Command wait() { return finish(WaitCommand{parseSeconds(word("wait"), "wait", kMaxWait)}); }
+  Command quit() { return finish(QuitCommand{}); }
+
   bool atEnd() const noexcept { return next_ >= tokens_.size(); }
 
   Token const& take(std::string_view what) {
@@ -290,7 +297,41 @@ class LineParser {
   std::size_t next_ = 0;
 };
 
+LineParser::Verb const LineParser::kVerbs[8] = {
+    {{"set",
+      "set mapping LED [yellow=PINS] [green=PINS] [red=PINS] [orange=PINS] [ready=yes|no]\n"
+      "set led LED [yellow] [green] [red] [orange] [flash=SECONDS] | off",
+      "publish or change an LED's pin mapping or light setting (PINS: p1,p2)"},
+     &LineParser::set},
+    {{"replace", "replace mapping LED ...\nreplace led LED ...",
+      "like set, but the fields not given are cleared"},
+     &LineParser::replace},
+    {{"remove", "remove mapping LED\nremove led LED", "withdraw an LED's mapping or setting"},
+     &LineParser::remove},
+    {{"wait", "wait SECONDS", "let time pass while the agent runs"}, &LineParser::wait},
+    {{"expect",
+      "expect pin PIN VALUE\nexpect no pin PIN\nexpect [no] machine LED\n"
+      "expect [no] trace LEVEL \"TEXT\"\nexpect raised \"TEXT\"",
+      "check a pin, an LED's state machine, a trace record or a raised exception"},
+     &LineParser::expect},
+    {{"show", "show pins\nshow leds\nshow agent", "print the pins, the LEDs or the agent's state"},
+     &LineParser::show},
+    {{"trace", "trace FACILITY LEVELS",
+      "print a trace facility's records (LEVELS: 0-9, all, none)"},
+     &LineParser::trace},
+    {{"quit", "quit", "end the run"}, &LineParser::quit},
+};
+
 }  // namespace
+
+std::span<CommandSyntax const> commandTable() {
+  static std::vector<CommandSyntax> const table = [] {
+    std::vector<CommandSyntax> syntax;
+    for (LineParser::Verb const& verb : LineParser::kVerbs) syntax.push_back(verb.syntax);
+    return syntax;
+  }();
+  return table;
+}
 
 ParsedLine parseLine(std::string_view line) {
   ParsedLine result;

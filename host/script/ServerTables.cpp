@@ -60,7 +60,15 @@ void ServerTables::publish(MappingCommand const& command) {
   }
   if (command.ready) hash.emplace_back("ready", *command.ready ? "1" : "0");
   if (command.replace && !command.ready) hash.emplace_back("ready", "0");
-  publisher_->hashIs(keyOf(kMappingTable, command.led), hash, command.replace);
+  std::string const key = keyOf(kMappingTable, command.led);
+  if (hash.empty()) {
+    // `set mapping LED` alone publishes an empty mapping when there is none and leaves a
+    // published one as it is; a hash with no field does not exist, so the field that says "not
+    // ready" is written only where the hash has none.
+    publisher_->command({"HSETNX", key, "ready", "0"});
+    return;
+  }
+  publisher_->hashIs(key, hash, command.replace);
 }
 
 void ServerTables::publish(LedCommand const& command) {

@@ -1,7 +1,9 @@
 #include "host/serve/ServeConfig.h"
 
 #include <toml++/toml.h>
+#include <algorithm>
 #include <cerrno>
+#include <charconv>
 #include <cstring>
 #include <fstream>
 #include <sstream>
@@ -10,8 +12,10 @@ namespace Host {
 
 namespace {
 
+// Each option of the file is checked alone as one of serve's, which takes every option.
 constexpr char kServeCommand[] = "serve";
-constexpr char kTraceOption[] = "--trace=";
+// What a running service takes up on SIGHUP.
+constexpr char const* kReloadedOptions[] = {"--trace=", "--lamp-test-seconds="};
 
 class ConfigError {
  public:
@@ -33,8 +37,13 @@ int lineOf(toml::source_region const& region) {
 std::string optionValue(std::string const& key, toml::node const& value) {
   if (auto const* text = value.as_string()) return text->get();
   if (auto const* number = value.as_integer()) return std::to_string(number->get());
-  throw ConfigError(lineOf(value.source()),
-                    "'" + key + "' needs a string, a whole number or true/false");
+  if (auto const* number = value.as_floating_point()) {
+    // The shortest text that reads back as the same number: 0.5, not 0.500000.
+    char buffer[32];
+    auto const end = std::to_chars(buffer, buffer + sizeof buffer, number->get()).ptr;
+    return std::string(buffer, end);
+  }
+  throw ConfigError(lineOf(value.source()), "'" + key + "' needs a string, a number or true/false");
 }
 
 void addOption(std::string const& key, toml::node const& value,
@@ -76,6 +85,13 @@ std::vector<ConfigArgument> configArguments(toml::table const& table) {
   return arguments;
 }
 
+// The file may hold what the command needs (drive's --db and --pins): the command line is first
+// read for --config as serve's, which needs no option.
+ParsedOptions parsedAsServe(std::vector<std::string> commandLine) {
+  if (!commandLine.empty()) commandLine[0] = kServeCommand;
+  return parseOptions(commandLine);
+}
+
 }  // namespace
 
 ConfigRead readConfig(std::string const& path) {
@@ -99,21 +115,40 @@ ConfigRead readConfig(std::string const& path) {
   return read;
 }
 
-ParsedOptions loadServeOptions(std::vector<std::string> const& commandLine) {
-  ParsedOptions const given = parseOptions(commandLine);
-  if (!given.error.empty() || given.options.configPath.empty()) return given;
+ParsedOptions loadServiceOptions(std::vector<std::string> const& commandLine) {
+  ParsedOptions const given = parsedAsServe(commandLine);
+  if (!given.error.empty() || given.options.configPath.empty()) return parseOptions(commandLine);
   ConfigRead const read = readConfig(given.options.configPath);
   if (!read.error.empty()) return {given.options, read.error};
-  std::vector<std::string> combined{kServeCommand};
+  std::vector<std::string> combined{commandLine.front()};
   for (ConfigArgument const& option : read.arguments) combined.push_back(option.argument);
   combined.insert(combined.end(), commandLine.begin() + 1, commandLine.end());
   return parseOptions(combined);
 }
 
+std::string optionPlace(std::vector<std::string> const& commandLine, std::string const& name) {
+  std::string const option = "--" + name;
+  for (std::string const& argument : commandLine) {
+    if (argument == option || argument.starts_with(option + "=")) return "";
+  }
+  std::string const path = parsedAsServe(commandLine).options.configPath;
+  if (path.empty()) return "";
+  std::string place;
+  for (ConfigArgument const& given : readConfig(path).arguments) {
+    if (given.argument.starts_with(option + "=")) {
+      place = path + ":" + std::to_string(given.line) + ": ";
+    }
+  }
+  return place;
+}
+
 std::vector<std::string> restartOnlyArguments(ConfigRead const& read) {
   std::vector<std::string> arguments;
   for (ConfigArgument const& option : read.arguments) {
-    if (!option.argument.starts_with(kTraceOption)) arguments.push_back(option.argument);
+    bool const reloaded =
+        std::any_of(std::begin(kReloadedOptions), std::end(kReloadedOptions),
+                    [&option](char const* prefix) { return option.argument.starts_with(prefix); });
+    if (!reloaded) arguments.push_back(option.argument);
   }
   return arguments;
 }

@@ -11,14 +11,18 @@
 
 #include "host/drive/DriverReport.h"
 #include "host/drive/PinDriver.h"
+#include "host/http/PanelHttp.h"
 #include "host/live/SignalWatch.h"
 #include "host/run/AgentProfile.h"
+#include "host/run/ExitStatus.h"
 #include "host/run/RunSetup.h"
 #include "host/run/ServerDatabase.h"
 #include "host/run/Session.h"
+#include "host/serve/ConfigReload.h"
 #include "host/serve/PeriodicTimer.h"
 #include "host/serve/Readiness.h"
 #include "host/serve/ServeConfig.h"
+#include "host/serve/ServiceInputs.h"
 #include "host/serve/ServiceLog.h"
 #include "host/serve/SystemdNotifier.h"
 
@@ -59,18 +63,17 @@ char const* signalName(int signal) {
 
 class ServeRun {
  public:
-  ServeRun(std::vector<std::string> commandLine, Options options, ServiceLog& log)
-      : commandLine_(std::move(commandLine)),
-        options_(std::move(options)),
+  ServeRun(std::vector<std::string> commandLine, Options options,
+           std::optional<Drive::PinMap> pinMap, ServiceLog& log)
+      : options_(std::move(options)),
         log_(log),
         setup_(options_, log_.traceStream()),
-        readiness_([this] { becomeReady(); }) {
-    if (!options_.configPath.empty()) {
-      restartOnlyConfig_ = restartOnlyArguments(readConfig(options_.configPath));
-    }
-  }
+        readiness_([this] { becomeReady(); }),
+        reload_(std::move(commandLine), options_.configPath),
+        pinMap_(std::move(pinMap)) {}
 
   ~ServeRun() {
+    http_.reset();
     statusTimer_.reset();
     watchdog_.reset();
     signals_.reset();
@@ -82,7 +85,7 @@ class ServeRun {
   int run() {
     if (!setup_.hasPlugin()) {
       log_.error(setup_.loadError());
-      return 1;
+      return kExitWrongInput;
     }
     setup_.traceLevelsIs(0);
     session_.emplace(Zel::ActivityManager::TimeSource::monotonic,
@@ -91,13 +94,13 @@ class ServeRun {
     watchSignals();
     log_.notice("serving agent '" + options_.agentName + "' from " + setup_.plugin().path() +
                 " on cell " + std::to_string(options_.cell) + ", database " + databaseState());
-    if (!startDriver() || !startAgent() || !startDatabase()) return 1;
+    if (!startDriver() || !startAgent() || !startDatabase() || !startHttp()) return startFailure_;
     readiness_.waitingDone();
     startTimers();
     session_->loop().run();
     if (driver_) driver_->stop();
     log_.notice("stopped");
-    return 0;
+    return status_;
   }
 
  private:
@@ -129,27 +132,42 @@ class ServeRun {
     return true;
   }
 
-  // The pins are claimed before the agent starts, so that nothing is lit when a pin that the
-  // map names cannot be driven (unless pins-partial lets the rest go on).
+  // The map is read before the agent starts, and a pin that cannot be driven stops warden before
+  // anything is lit (unless pins-partial lets the rest go on). On the embedded database the pins
+  // are claimed at once; with a server, once the first read has been applied.
   bool startDriver() {
     if (options_.pinMap.empty()) return true;
     readiness_.conditionIs(kPinsCondition);
+    return !options_.database.url.empty() || claimPins();
+  }
+
+  bool claimPins() {
     try {
       Drive::DriverOptions driverOptions;
       driverOptions.partial = options_.pinsPartial;
       driver_ = std::make_unique<Drive::PinDriver>(
-          Drive::loadPinMap(options_.pinMap), session_->pins(), session_->loop(),
+          std::move(*pinMap_), session_->pins(), session_->loop(),
           [this](std::string const& line) { log_.warning(line); }, driverOptions);
-    } catch (Drive::PinMapError const& error) {
-      log_.error(error.what());
-      return false;
     } catch (Drive::DriveError const& error) {
       log_.error("pins that cannot be driven (pins-partial drives the rest): " +
                  std::string(error.what()));
+      startFailure_ = exitStatusOf(error);
       return false;
     }
+    pinMap_.reset();
     readiness_.conditionMet(kPinsCondition);
     return true;
+  }
+
+  // Claimed before the first read, every pin would start dark and a lit one blink on restart:
+  // claimed now, each starts as the agent shows it, as `warden drive` starts its pins.
+  void firstReadApplied() {
+    if (pinMap_ && !claimPins()) {
+      status_ = startFailure_;
+      session_->loop().stop();
+      return;
+    }
+    readiness_.conditionMet(kDatabaseCondition);
   }
 
   // Follows the server once the agent listens to its directories; a server that is not there
@@ -162,14 +180,41 @@ class ServeRun {
         error);
     if (!database_) {
       log_.error("database: " + error);
+      startFailure_ = kExitWrongInput;
       return false;
     }
     readiness_.conditionIs(kDatabaseCondition);
     database_->stateHandlerIs([this] {
+      if (http_) http_->databaseLinkIs(database_->state() == "connected");
       if (readiness_.isReady()) updateStatus();
     });
     database_->start();
-    database_->whenSynced([this] { readiness_.conditionMet(kDatabaseCondition); });
+    database_->whenSynced([this] { firstReadApplied(); });
+    return true;
+  }
+
+  bool startHttp() {
+    if (options_.httpAddress.empty()) return true;
+    try {
+      http_ = std::make_unique<Http::PanelHttp>(
+          Http::PanelFeed{options_.agentName, session_->loop(), session_->pins(),
+                          &session_->mappings(), &session_->leds(),
+                          [this] { return databaseState(); }, session_->startTime()},
+          options_.httpAddress, options_.httpAllowRemote,
+          [this](std::string const& line) { log_.warning(line); });
+    } catch (std::exception const& error) {
+      log_.error(error.what());
+      return false;
+    }
+    http_->driverIs(driver_.get());
+    if (database_) {
+      http_->databaseCountersIs([this] {
+        Statedb::Redis::Mirror::Counters const& counters = database_->backend().mirror().counters();
+        return Http::DatabaseCounters{counters.resyncs, counters.resyncSeconds,
+                                      counters.lastResyncSeconds, counters.refusedRows};
+      });
+    }
+    log_.notice("panel at " + http_->url());
     return true;
   }
 
@@ -225,35 +270,25 @@ class ServeRun {
     session_->loop().stop();
   }
 
-  // Only the trace levels change in a running agent: the plug-in, the agent's name, its cell,
-  // its database and its pins are what the agent was started with, and a restart applies them.
+  // Only the trace levels and the lamp test's length change in a running agent: the plug-in, the
+  // agent's name, its cell, its database and its pins are what the agent was started with, and a
+  // restart applies them.
   void reload() {
-    if (options_.configPath.empty()) {
-      log_.warning("SIGHUP: no configuration file to reload (started without --config)");
-      return;
-    }
-    ConfigRead const read = readConfig(options_.configPath);
-    ParsedOptions const reloaded =
-        read.error.empty() ? loadServeOptions(commandLine_) : ParsedOptions{{}, read.error};
-    if (!reloaded.error.empty()) {
-      log_.error("SIGHUP: " + reloaded.error + "; the running configuration stays");
-      return;
-    }
+    std::optional<Options> const reloaded =
+        reload_.reload(log_, "trace levels and lamp-test-seconds");
+    if (!reloaded) return;
     TraceCollector& traces = setup_.traces();
     traces.reset();
-    for (auto const& [facility, levels] : reloaded.options.traces) {
+    for (auto const& [facility, levels] : reloaded->traces) {
       traces.printedLevelsIs(facility, levels);
     }
-    log_.info("SIGHUP: trace levels reloaded from " + options_.configPath);
-    if (restartOnlyArguments(read) != restartOnlyConfig_) {
-      log_.warning("SIGHUP: options other than trace changed in " + options_.configPath +
-                   "; they take effect at the next restart");
-    }
+    options_.lampTestSeconds = reloaded->lampTestSeconds;
   }
 
   // Lights every mapped pin, then shows what the agent shows by then; the agent's own pin
   // configuration is not written, so nothing else that follows the pins sees the test.
   void lampTest() {
+    if (pinMap_) return log_.warning("SIGUSR2: no lamp test before the pins are claimed");
     if (!driver_) return log_.warning("SIGUSR2: a lamp test needs a pin map (pins = \"FILE\")");
     std::ostringstream line;
     line << "lamp test for " << options_.lampTestSeconds << " s";
@@ -268,31 +303,38 @@ class ServeRun {
     std::this_thread::sleep_for(std::chrono::duration<double>(seconds));
   }
 
-  std::vector<std::string> commandLine_;
   Options options_;
   ServiceLog& log_;
   RunSetup setup_;
   SystemdNotifier notifier_;
   Readiness readiness_;
-  std::vector<std::string> restartOnlyConfig_;
+  ConfigReload reload_;
   std::optional<Session> session_;
+  std::optional<Drive::PinMap> pinMap_;  // read and checked, not claimed yet
   std::unique_ptr<Drive::PinDriver> driver_;
   std::unique_ptr<ServerDatabase> database_;
   std::unique_ptr<SignalWatch> signals_;
+  std::unique_ptr<Http::PanelHttp> http_;
   std::optional<PeriodicTimer> watchdog_;
   std::optional<PeriodicTimer> statusTimer_;
+  int startFailure_ = kExitFailed;  // the exit status when the start fails
+  int status_ = kExitDone;          // the exit status once the loop has run
 };
 
 }  // namespace
 
 int runServe(std::vector<std::string> const& commandLine) {
   ServiceLog log(std::cerr, standardErrorIsJournal());
-  ParsedOptions const parsed = loadServeOptions(commandLine);
+  ParsedOptions const parsed = loadServiceOptions(commandLine);
   if (!parsed.error.empty()) {
     log.error(parsed.error);
-    return 2;
+    return kExitWrongInput;
   }
-  return ServeRun(commandLine, parsed.options, log).run();
+  int status = kExitDone;
+  std::optional<ServiceInputs> inputs =
+      checkServiceInputs(commandLine, parsed.options, log, status);
+  if (!inputs) return status;
+  return ServeRun(commandLine, parsed.options, std::move(inputs->pinMap), log).run();
 }
 
 }  // namespace Host

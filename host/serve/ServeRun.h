@@ -8,8 +8,10 @@
 
 namespace Host {
 
-// `commandLine` is warden's arguments, starting with "serve". Returns the exit status: 0 after
-// a stop on SIGTERM or SIGINT, 1 when the agent cannot be started, 2 for a wrong configuration.
+// `commandLine` is warden's arguments, starting with "serve". Returns the exit status
+// (ExitStatus.h): done after a stop on SIGTERM or SIGINT, failed when the agent cannot be started
+// or a line is held elsewhere, wrong input for a configuration, plug-in, pin map, database URL or
+// device that only an edit mends.
 int runServe(std::vector<std::string> const& commandLine);
 
 }  // namespace Host

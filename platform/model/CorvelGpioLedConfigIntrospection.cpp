@@ -8,45 +8,36 @@ namespace {
 
 using namespace Zel::GenericIf;
 
-enum Position : std::size_t { name, ledSystemConfig, gpioYellow, gpioGreen, gpioRed, gpioOrange };
-
-Reply dispatchLed(Zel::PtrInterface& object, std::size_t position, Request const& request) {
-  auto& led = objectAs<CorvelGpioLedConfig>(object);
-  switch (position) {
-    case name:
-      return Reply::of(led.name());
-    case ledSystemConfig:
-      return Reply::of(Zel::Ptr<Zel::Entity const>(led.ledSystemConfig()));
-    case gpioYellow:
-    case gpioGreen:
-    case gpioRed:
-    case gpioOrange: {
-      // The colours sit in colour order from gpioYellow on.
-      PinConfigs const& pins = led.pins(static_cast<PinColour>(position - gpioYellow));
-      if (request.operation == Operation::iterate) return Reply::of(membersOf(pins));
-      return Reply::of(memberOf(pins, request.requireKey()));
-    }
-  }
-  return Reply::notHandled();
+template <PinColour colour>
+Reply pins(CorvelGpioLedConfig& led, Request const& request) {
+  PinConfigs const& pins = led.pins(colour);
+  if (request.operation == Operation::iterate) return Reply::of(membersOf(pins));
+  return Reply::of(memberOf(pins, request.requireKey()));
 }
 
-AttributeInfo colour(Zel::Name name, Zel::AttributeId notification) {
-  return collectionAttribute(std::move(name), "Hardware::Gpio::CorvelPinConfig",
-                             {Operation::get, Operation::iterate}, {}, notification);
+template <PinColour colour>
+Row<CorvelGpioLedConfig> colourRow(Zel::Name name, Zel::AttributeId notification) {
+  return {collectionAttribute(std::move(name), "Hardware::Gpio::CorvelPinConfig",
+                              {Operation::get, Operation::iterate}, {}, notification),
+          &pins<colour>};
 }
 
 using Attr = CorvelGpioLedConfig::Attr;
-AttributeTable const table(CorvelGpioLedConfig::type(),
-                           {
-                               valueAttribute("name", "Zel::Name", {Operation::get}),
-                               pointerAttribute("ledSystemConfig", "Zel::Entity", {Operation::get},
-                                                {}, Attr::ledSystemConfig),
-                               colour("gpioYellow", Attr::gpioYellow),
-                               colour("gpioGreen", Attr::gpioGreen),
-                               colour("gpioRed", Attr::gpioRed),
-                               colour("gpioOrange", Attr::gpioOrange),
-                           },
-                           &dispatchLed);
+AttributeTable const table(
+    CorvelGpioLedConfig::type(),
+    Rows<CorvelGpioLedConfig>{
+        {valueAttribute("name", "Zel::Name", {Operation::get}),
+         [](CorvelGpioLedConfig& led, Request const&) { return Reply::of(led.name()); }},
+        {pointerAttribute("ledSystemConfig", "Zel::Entity", {Operation::get}, {},
+                          Attr::ledSystemConfig),
+         [](CorvelGpioLedConfig& led, Request const&) {
+           return Reply::of(Zel::Ptr<Zel::Entity const>(led.ledSystemConfig()));
+         }},
+        colourRow<PinColour::yellow>("gpioYellow", Attr::gpioYellow),
+        colourRow<PinColour::green>("gpioGreen", Attr::gpioGreen),
+        colourRow<PinColour::red>("gpioRed", Attr::gpioRed),
+        colourRow<PinColour::orange>("gpioOrange", Attr::gpioOrange),
+    });
 TableRegistration const registration(table);
 
 }  // namespace

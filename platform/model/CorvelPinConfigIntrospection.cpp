@@ -7,27 +7,20 @@ namespace {
 
 using namespace Zel::GenericIf;
 
-enum Position : std::size_t { name, value };
-
-Reply dispatchPin(Zel::PtrInterface& object, std::size_t position, Request const& request) {
-  auto& pin = objectAs<CorvelPinConfig>(object);
-  switch (position) {
-    case name:
-      return Reply::of(pin.name());
-    case value:
-      if (request.operation == Operation::set) pin.valueIs(request.args().at(0, "value").asU32());
-      return Reply::of(pin.value());
-  }
-  return Reply::notHandled();
-}
-
 AttributeTable const table(CorvelPinConfig::type(),
-                           {
-                               valueAttribute("name", "Zel::Name", {Operation::get}),
-                               valueAttribute("value", "U32", {Operation::get, Operation::set},
-                                              CorvelPinConfig::Attr::value),
-                           },
-                           &dispatchPin);
+                           Rows<CorvelPinConfig>{
+                               {valueAttribute("name", "Zel::Name", {Operation::get}),
+                                [](CorvelPinConfig& pin, Request const&) {
+                                  return Reply::of(pin.name());
+                                }},
+                               {valueAttribute("value", "U32", {Operation::get, Operation::set},
+                                               CorvelPinConfig::Attr::value),
+                                [](CorvelPinConfig& pin, Request const& request) {
+                                  if (request.operation == Operation::set)
+                                    pin.valueIs(request.arg(0).asU32());
+                                  return Reply::of(pin.value());
+                                }},
+                           });
 TableRegistration const registration(table);
 
 }  // namespace

@@ -8,35 +8,16 @@ namespace {
 
 using namespace Zel::GenericIf;
 
-enum Position : std::size_t {
-  name,
-  ledConfig,
-  gpioYellowName,
-  gpioGreenName,
-  gpioRedName,
-  gpioOrangeName,
-  ready,
-};
-
-char const* const kAttributeNames[] = {"name",          "ledConfig",   "gpioYellowName",
-                                       "gpioGreenName", "gpioRedName", "gpioOrangeName",
-                                       "ready"};
-
-// The pin-name sets sit in colour order from gpioYellowName on.
-PinColour colourAt(std::size_t position) {
-  return static_cast<PinColour>(position - gpioYellowName);
-}
-
 // One colour's set of pin names: a set member's value is the flag stored with the name, true
 // unless a tool says otherwise.
-Reply pinNames(GpioLedConfig& led, std::size_t position, Request const& request) {
-  PinColour const colour = colourAt(position);
+template <PinColour colour>
+Reply pinNames(GpioLedConfig& led, Request const& request) {
   PinNameSet const& set = led.pinNames(colour);
   if (request.operation == Operation::iterate) return Reply::of(membersOf(set));
   Zel::Name const& pin = request.requireKey();
   Value const held = memberOf(set, pin);
   if (request.operation == Operation::set) {
-    Value const* flag = request.args().find(0, kAttributeNames[position]);
+    Value const* flag = request.findArg(0);
     led.pinNamesIs(colour, pin, flag ? flag->asBool() : true);
     return Reply::of(memberOf(set, pin));
   }
@@ -44,46 +25,36 @@ Reply pinNames(GpioLedConfig& led, std::size_t position, Request const& request)
   return Reply::of(held);
 }
 
-Reply dispatchLed(Zel::PtrInterface& object, std::size_t position, Request const& request) {
-  auto& led = objectAs<GpioLedConfig>(object);
-  bool const isSet = request.operation == Operation::set;
-  switch (position) {
-    case name:
-      return Reply::of(led.name());
-    case ledConfig:
-      if (isSet) led.ledConfigIs(request.args().at(0, "ledConfig").asName());
-      return Reply::of(led.ledConfig());
-    case gpioYellowName:
-    case gpioGreenName:
-    case gpioRedName:
-    case gpioOrangeName:
-      return pinNames(led, position, request);
-    case ready:
-      if (isSet) led.readyIs(request.args().at(0, "ready").asBool());
-      return Reply::of(led.ready());
-  }
-  return Reply::notHandled();
+template <PinColour colour>
+Row<GpioLedConfig> pinNameSet(Zel::Name name, Zel::AttributeId notification) {
+  return {collectionAttribute(std::move(name), "bool",
+                              {Operation::get, Operation::set, Operation::del, Operation::iterate},
+                              {}, notification),
+          &pinNames<colour>};
 }
 
-AttributeInfo pinNameSet(Position position, Zel::AttributeId notification) {
-  return collectionAttribute(kAttributeNames[position], "bool",
-                             {Operation::get, Operation::set, Operation::del, Operation::iterate},
-                             {}, notification);
-}
-
+constexpr Operations kReadWrite{Operation::get, Operation::set};
 using Attr = GpioLedConfig::Attr;
 AttributeTable const table(
     GpioLedConfig::type(),
-    {
-        valueAttribute("name", "Zel::Name", {Operation::get}),
-        valueAttribute("ledConfig", "Zel::Name", {Operation::get, Operation::set}, Attr::ledConfig),
-        pinNameSet(gpioYellowName, Attr::gpioYellowName),
-        pinNameSet(gpioGreenName, Attr::gpioGreenName),
-        pinNameSet(gpioRedName, Attr::gpioRedName),
-        pinNameSet(gpioOrangeName, Attr::gpioOrangeName),
-        valueAttribute("ready", "bool", {Operation::get, Operation::set}, Attr::ready),
-    },
-    &dispatchLed);
+    Rows<GpioLedConfig>{
+        {valueAttribute("name", "Zel::Name", {Operation::get}),
+         [](GpioLedConfig& led, Request const&) { return Reply::of(led.name()); }},
+        {valueAttribute("ledConfig", "Zel::Name", kReadWrite, Attr::ledConfig),
+         [](GpioLedConfig& led, Request const& request) {
+           if (request.operation == Operation::set) led.ledConfigIs(request.arg(0).asName());
+           return Reply::of(led.ledConfig());
+         }},
+        pinNameSet<PinColour::yellow>("gpioYellowName", Attr::gpioYellowName),
+        pinNameSet<PinColour::green>("gpioGreenName", Attr::gpioGreenName),
+        pinNameSet<PinColour::red>("gpioRedName", Attr::gpioRedName),
+        pinNameSet<PinColour::orange>("gpioOrangeName", Attr::gpioOrangeName),
+        {valueAttribute("ready", "bool", kReadWrite, Attr::ready),
+         [](GpioLedConfig& led, Request const& request) {
+           if (request.operation == Operation::set) led.readyIs(request.arg(0).asBool());
+           return Reply::of(led.ready());
+         }},
+    });
 TableRegistration const registration(table);
 
 }  // namespace

@@ -9,40 +9,27 @@ namespace {
 
 using namespace Zel::GenericIf;
 
-enum Position : std::size_t { name, gpioLeds };
-
 template <class Dir>
-Reply dispatchDir(Zel::PtrInterface& object, std::size_t position, Request const& request) {
-  auto& dir = objectAs<Dir>(object);
-  switch (position) {
-    case name:
-      return Reply::of(dir.name());
-    case gpioLeds:
-      if (request.operation == Operation::iterate) return Reply::of(membersOf(dir.gpioLeds()));
-      return Reply::of(memberOf(dir.gpioLeds(), request.requireKey()));
-  }
-  return Reply::notHandled();
-}
-
-template <class Dir>
-std::vector<AttributeInfo> entriesOf(char const* ledType) {
+Rows<Dir> rowsOf(char const* ledType) {
   return {
-      valueAttribute("name", "Zel::Name", {Operation::get}),
-      collectionAttribute("gpioLeds", ledType, {Operation::get, Operation::iterate}, {},
-                          Dir::Attr::gpioLeds),
+      {valueAttribute("name", "Zel::Name", {Operation::get}),
+       [](Dir& dir, Request const&) { return Reply::of(dir.name()); }},
+      {collectionAttribute("gpioLeds", ledType, {Operation::get, Operation::iterate}, {},
+                           Dir::Attr::gpioLeds),
+       [](Dir& dir, Request const& request) {
+         if (request.operation == Operation::iterate) return Reply::of(membersOf(dir.gpioLeds()));
+         return Reply::of(memberOf(dir.gpioLeds(), request.requireKey()));
+       }},
   };
 }
 
-AttributeTable const mappingTable(
-    GpioLedSystemConfigDir::type(),
-    entriesOf<GpioLedSystemConfigDir>("Hardware::Gpio::GpioLedConfig"),
-    &dispatchDir<GpioLedSystemConfigDir>);
+AttributeTable const mappingTable(GpioLedSystemConfigDir::type(),
+                                  rowsOf<GpioLedSystemConfigDir>("Hardware::Gpio::GpioLedConfig"));
 TableRegistration const mappingRegistration(mappingTable);
 
 AttributeTable const outputTable(
     CorvelGpioLedSystemConfigDir::type(),
-    entriesOf<CorvelGpioLedSystemConfigDir>("Hardware::Gpio::CorvelGpioLedConfig"),
-    &dispatchDir<CorvelGpioLedSystemConfigDir>);
+    rowsOf<CorvelGpioLedSystemConfigDir>("Hardware::Gpio::CorvelGpioLedConfig"));
 TableRegistration const outputRegistration(outputTable);
 
 }  // namespace

@@ -1,7 +1,9 @@
 // The host framework's agent base. The host constructs the agent through its plug-in factory,
 // gives it an entity manager, calls doInit, and calls doMountsComplete when the mount group that
 // doInit closed has finished. The remaining operations are the framework's staging, warm-up and
-// health hooks; their defaults do nothing, and an agent overrides the ones it needs.
+// health hooks; their defaults do nothing, and an agent overrides the ones it needs. They stay
+// even where no caller uses them, because an agent's table of virtual operations is part of the
+// plug-in's binary interface: a slot removed here moves every slot after it.
 #pragma once
 
 #include "platform/statedb/EntityManager.h"

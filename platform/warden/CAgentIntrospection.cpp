@@ -12,75 +12,57 @@ namespace {
 
 using namespace Zel::GenericIf;
 
-enum Position : std::size_t {
-  name,
-  entityManager,
-  mountStatus,
-  agentPingResponderEnabled,
-  agentSyncConfigEnabled,
-  doPreInit,
-  doInit,
-  doMountsComplete,
-  handleMountStatus,
-  doUpdateWarm,
-  handleFlushEntityLogComplete,
-};
-
-Reply dispatchAgent(Zel::PtrInterface& object, std::size_t position, Request const& request) {
-  auto& agent = objectAs<CAgent>(object);
-  Arguments const& args = request.args();
-  switch (position) {
-    case name:
-      return Reply::of(agent.name());
-    case entityManager:
-      return Reply::of(agent.entityManager());
-    case mountStatus:
-      return Reply::of(Statedb::toString(agent.mountStatus()));
-    case agentPingResponderEnabled:
-      return Reply::of(agent.agentPingResponderEnabled());
-    case agentSyncConfigEnabled:
-      return Reply::of(agent.agentSyncConfigEnabled());
-    case doPreInit:
-      agent.doPreInit();
-      return Reply::done();
-    case doInit:
-      agent.doInit();
-      return Reply::done();
-    case doMountsComplete:
-      agent.doMountsComplete(mountStatusOf(args.at(0, "status")),
-                             args.at(1, "entityManager").asPtr<Statedb::EntityManager>());
-      return Reply::done();
-    case handleMountStatus:
-      agent.handleMountStatus(mountStatusOf(args.at(0, "status")));
-      return Reply::done();
-    case doUpdateWarm:
-      agent.doUpdateWarm();
-      return Reply::done();
-    case handleFlushEntityLogComplete:
-      agent.handleFlushEntityLogComplete();
-      return Reply::done();
-  }
-  return Reply::notHandled();
-}
-
 constexpr Operations kGet{Operation::get};
 AttributeTable const table(
     CAgent::type(),
-    {
-        valueAttribute("name", "Zel::Name", kGet),
-        pointerAttribute("entityManager", "Statedb::EntityManager", kGet),
-        valueAttribute("mountStatus", "Statedb::MountStatus", kGet),
-        valueAttribute("agentPingResponderEnabled", "bool", kGet),
-        valueAttribute("agentSyncConfigEnabled", "bool", kGet),
-        procedureAttribute("doPreInit"),
-        procedureAttribute("doInit"),
-        procedureAttribute("doMountsComplete", {{"status", "Statedb::MountStatus"},
-                                                {"entityManager", "Statedb::EntityManager"}}),
-        procedureAttribute("handleMountStatus", {{"status", "Statedb::MountStatus"}}),
-        procedureAttribute("doUpdateWarm"),
-        procedureAttribute("handleFlushEntityLogComplete"),
-    },
-    &dispatchAgent);
+    Rows<CAgent>{
+        {valueAttribute("name", "Zel::Name", kGet),
+         [](CAgent& agent, Request const&) { return Reply::of(agent.name()); }},
+        {pointerAttribute("entityManager", "Statedb::EntityManager", kGet),
+         [](CAgent& agent, Request const&) { return Reply::of(agent.entityManager()); }},
+        {valueAttribute("mountStatus", "Statedb::MountStatus", kGet),
+         [](CAgent& agent, Request const&) {
+           return Reply::of(Statedb::toString(agent.mountStatus()));
+         }},
+        {valueAttribute("agentPingResponderEnabled", "bool", kGet),
+         [](CAgent& agent, Request const&) {
+           return Reply::of(agent.agentPingResponderEnabled());
+         }},
+        {valueAttribute("agentSyncConfigEnabled", "bool", kGet),
+         [](CAgent& agent, Request const&) { return Reply::of(agent.agentSyncConfigEnabled()); }},
+        {procedureAttribute("doPreInit"),
+         [](CAgent& agent, Request const&) {
+           agent.doPreInit();
+           return Reply::done();
+         }},
+        {procedureAttribute("doInit"),
+         [](CAgent& agent, Request const&) {
+           agent.doInit();
+           return Reply::done();
+         }},
+        {procedureAttribute("doMountsComplete", {{"status", "Statedb::MountStatus"},
+                                                 {"entityManager", "Statedb::EntityManager"}}),
+         [](CAgent& agent, Request const& request) {
+           agent.doMountsComplete(mountStatusOf(request.arg(0)),
+                                  request.arg(1).asPtr<Statedb::EntityManager>());
+           return Reply::done();
+         }},
+        {procedureAttribute("handleMountStatus", {{"status", "Statedb::MountStatus"}}),
+         [](CAgent& agent, Request const& request) {
+           agent.handleMountStatus(mountStatusOf(request.arg(0)));
+           return Reply::done();
+         }},
+        {procedureAttribute("doUpdateWarm"),
+         [](CAgent& agent, Request const&) {
+           agent.doUpdateWarm();
+           return Reply::done();
+         }},
+        {procedureAttribute("handleFlushEntityLogComplete"),
+         [](CAgent& agent, Request const&) {
+           agent.handleFlushEntityLogComplete();
+           return Reply::done();
+         }},
+    });
 TableRegistration const registration(table);
 
 }  // namespace

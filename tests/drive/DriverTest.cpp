@@ -1,11 +1,14 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
 #include "host/drive/PinDriver.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/ActivityManagerScope.h"
+#include "platform/zel/Allocate.h"
+#include "platform/zel/Clock.h"
 #include "tests/drive/RecordingLines.h"
 
 namespace Drive {
@@ -117,11 +120,20 @@ TEST_F(DriverTest, LampTestLightsEverythingThenShowsWhatTheAgentShowsByThen) {
   EXPECT_EQ(bench_.level("gpiochip0", 3), 0);
   EXPECT_EQ(bench_.level("gpiochip1", 0), 1);
   EXPECT_EQ(a->value(), 0u);  // the agent's configuration was never written
+  EXPECT_EQ(driver->counters().lampTests, 1u);
 }
 
+// A refused start requests no line, so that the lines that are there keep what they show; only
+// a line that is merely held elsewhere may be claimed by a later start.
 TEST_F(DriverTest, APinThatCannotBeClaimedStopsTheStartOrIsReportedWithPartial) {
-  bench_.absentChips.insert("gpiochip1");
   bench_.busyLines.insert({"gpiochip0", 3});
+  try {
+    start();
+    ADD_FAILURE() << "started";
+  } catch (DriveError const& error) {
+    EXPECT_TRUE(error.transient()) << error.what();
+  }
+  bench_.absentChips.insert("gpiochip1");
   try {
     start();
     ADD_FAILURE() << "started";
@@ -129,8 +141,11 @@ TEST_F(DriverTest, APinThatCannotBeClaimedStopsTheStartOrIsReportedWithPartial) 
     EXPECT_STREQ(error.what(),
                  "map.toml:12: pin 'c': line 3 of GPIO chip 'gpiochip0': Device or resource busy\n"
                  "map.toml:17: pin 'd': GPIO chip 'gpiochip1': No such file or directory");
+    EXPECT_FALSE(error.transient());
   }
-  bench_.requests.clear();
+  EXPECT_THROW(PinDriver::check(parsePinMap(kMap, "map.toml"), {false, true, linesOn(bench_)}),
+               DriveError);
+  EXPECT_TRUE(bench_.requests.empty());
   auto a = pin("a"), c = pin("c");
   auto driver = start("", true);
   EXPECT_EQ(driver->missing().size(), 2u);
@@ -140,6 +155,22 @@ TEST_F(DriverTest, APinThatCannotBeClaimedStopsTheStartOrIsReportedWithPartial) 
   loop_->runPending();
   EXPECT_EQ(bench_.level("gpiochip0", 1), 1);  // the rest is driven, the busy line untouched
   EXPECT_EQ(bench_.requests[0].offsets, (std::vector<unsigned>{1}));
+}
+
+// A line taken between the check and the claim refuses its whole request: each line is tried
+// alone, the others are requested together again, and every request goes with the driver.
+TEST_F(DriverTest, ALineTakenMeanwhileIsFoundAloneAndNoRequestOutlivesTheDriver) {
+  bench_.takenMeanwhile.insert({"gpiochip0", 3});
+  auto driver = start("", true);
+  ASSERT_EQ(driver->missing().size(), 1u);
+  EXPECT_NE(driver->missing()[0].find("pin 'c'"), std::string::npos) << driver->missing()[0];
+  ASSERT_EQ(bench_.requests.size(), 4u);
+  EXPECT_TRUE(bench_.requests[0].released);  // the lone try of line 1
+  EXPECT_EQ(bench_.requests[1].offsets, (std::vector<unsigned>{1}));
+  EXPECT_FALSE(bench_.requests[1].released);
+
+  driver.reset();
+  for (GpioBench::Request const& request : bench_.requests) EXPECT_TRUE(request.released);
 }
 
 TEST_F(DriverTest, AFailedWriteIsSaidOncePerKindAndRetriedAtTheNextChange) {
@@ -158,6 +189,11 @@ TEST_F(DriverTest, AFailedWriteIsSaidOncePerKindAndRetriedAtTheNextChange) {
   EXPECT_EQ(log_[0], "pins: pin 'stray' is not in map.toml; it is not driven");
   EXPECT_EQ(log_[1], "pins: map.toml:2: pin 'a': GPIO write: Input/output error");
   EXPECT_EQ(driver->find("a")->error, "GPIO write: Input/output error");
+  // Counted for monitoring per backend, every failure, not only the ones logged.
+  auto const gpiod = static_cast<std::size_t>(Backend::gpiod);
+  EXPECT_EQ(driver->counters().writeErrors[gpiod], 3u);
+  EXPECT_EQ(driver->counters().writes[gpiod], driver->writeCount());
+  EXPECT_EQ(driver->counters().writeErrors[static_cast<std::size_t>(Backend::file)], 0u);
 
   bench_.failWrites = 0;
   d->valueIs(1);  // a change elsewhere brings the failed pin along
@@ -172,6 +208,53 @@ TEST_F(DriverTest, AFailedWriteIsSaidOncePerKindAndRetriedAtTheNextChange) {
   b->valueIs(0);
   loop_->runPending();
   EXPECT_EQ(bench_.level("gpiochip0", 2), 0);
+}
+
+// A mapping or an LED that goes takes its pin configuration with it: nothing lights it any more.
+TEST_F(DriverTest, APinWhoseEntryLeavesTheDirectoryIsDrivenDark) {
+  pin("a")->valueIs(1);
+  pin("d")->valueIs(1);
+  auto driver = start();
+  dir_->entryDel("a");
+  loop_->runPending();
+  EXPECT_EQ(bench_.level("gpiochip0", 1), 0);
+  EXPECT_EQ(bench_.level("gpiochip1", 0), 1);
+  EXPECT_EQ(driver->find("a")->shown, false);
+}
+
+// Two LEDs share pin a and flash in step: at one instant the first one's timer writes the pin
+// dark and the second one's lights it again, each a piece of work of its own. The latch waits
+// for the end of the turn, so the line that stays lit is not written at all.
+TEST_F(DriverTest, APinWrittenDarkAndLitAgainByTwoExpiriesOfOneInstantIsNotWritten) {
+  class Flash : public Zel::Clock::NotifieeConst {
+   public:
+    Flash(Zel::Ptr<CorvelPinConfig> pin, std::vector<std::uint32_t> values)
+        : pin_(std::move(pin)), values_(std::move(values)) {}
+    void onTime() override {
+      for (std::uint32_t value : values_) pin_->valueIs(value);
+    }
+
+   private:
+    Zel::Ptr<CorvelPinConfig> pin_;
+    std::vector<std::uint32_t> values_;
+  };
+  auto a = pin("a");
+  a->valueIs(1);
+  auto driver = start();
+  auto goingDark = Zel::allocate<Flash>(a, std::vector<std::uint32_t>{0});
+  auto goingLit = Zel::allocate<Flash>(a, std::vector<std::uint32_t>{0, 1});
+  for (auto const& flash : {goingDark, goingLit}) {
+    flash->notifierIs(loop_->clock());
+    flash->timeMinIs(1.0);
+  }
+  loop_->advance(2.0);
+  EXPECT_TRUE(bench_.bulkWrites.empty());
+  EXPECT_EQ(bench_.level("gpiochip0", 1), 1);
+
+  goingDark->timeMinIs(3.0);  // alone, the same work does reach the line
+  loop_->advance(2.0);
+  EXPECT_EQ(bench_.bulkWrites.size(), 1u);
+  EXPECT_EQ(bench_.level("gpiochip0", 1), 0);
 }
 
 TEST_F(DriverTest, MoreLinesThanOneRequestHoldsAreSplitAcrossRequests) {

@@ -8,6 +8,7 @@
 #include "host/drive/PinDriver.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/ActivityManagerScope.h"
+#include "tests/drive/RecordingLines.h"
 
 namespace Drive {
 namespace {
@@ -46,6 +47,7 @@ class HardwareFilesTest : public testing::Test {
     put(root_ / "map.toml", map);
     DriverOptions options;
     options.partial = partial;
+    options.gpioLines = linesOn(bench_);
     return std::make_unique<PinDriver>(
         loadPinMap((root_ / "map.toml").string()), *dir_, *loop_,
         [this](std::string const& line) { log_.push_back(line); }, options);
@@ -54,6 +56,7 @@ class HardwareFilesTest : public testing::Test {
   fs::path root_;
   Zel::ActivityManagerScope loop_{Zel::ActivityManager::TimeSource::virtualTime};
   Zel::Ptr<Zel::Dir> dir_;
+  GpioBench bench_;
   std::vector<std::string> log_;
 };
 
@@ -95,6 +98,56 @@ device = "blue"
   loop_->runPending();
   EXPECT_EQ(contents(leds / "red/brightness"), "0\n");
   EXPECT_EQ(contents(leds / "amber/brightness"), "7\n");
+}
+
+// An LED of the map is missing, and a file's directory: the start is refused before the LED
+// that is there loses its kernel trigger or its brightness, before the GPIO line is requested and
+// the other file made.
+TEST_F(HardwareFilesTest, ARefusedStartLeavesEveryPinAsItWas) {
+  fs::path const red = root_ / "sys/class/leds/red";
+  put(red / "max_brightness", "255\n");
+  put(red / "trigger", "[heartbeat] none");
+  put(red / "brightness", "1\n");
+  fs::create_directories(root_ / "out");
+  pin("red")->valueIs(0);
+  try {
+    start(R"(sysfs_root = "sys"
+[[pin]]
+name = "green"
+backend = "gpiod"
+chip = "gpiochip0"
+line = 4
+[[pin]]
+name = "red"
+backend = "led"
+device = "red"
+[[pin]]
+name = "blue"
+backend = "led"
+device = "blue"
+brightness = 9
+[[pin]]
+name = "amber"
+backend = "file"
+path = "out/amber"
+[[pin]]
+name = "white"
+backend = "file"
+path = "gone/white"
+)");
+    ADD_FAILURE() << "started without LED blue";
+  } catch (DriveError const& error) {
+    std::string const map = (root_ / "map.toml").string();
+    EXPECT_EQ(std::string(error.what()),
+              map + ":11: pin 'blue': LED 'blue': trigger: No such file or directory\n" + map +
+                  ":20: pin 'white': file '" + (root_ / "gone/white").string() +
+                  "': No such file or directory");
+    EXPECT_FALSE(error.transient());
+  }
+  EXPECT_EQ(contents(red / "trigger"), "[heartbeat] none");
+  EXPECT_EQ(contents(red / "brightness"), "1\n");
+  EXPECT_TRUE(bench_.requests.empty());
+  EXPECT_FALSE(fs::exists(root_ / "out/amber"));
 }
 
 TEST_F(HardwareFilesTest, FilesHoldOnePinEachOrAllValuesWrittenInPlaceWhereTheyChanged) {

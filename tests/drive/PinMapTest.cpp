@@ -70,6 +70,9 @@ TEST(PinMapTest, RefusesABadMapWithTheLineAndWhatIsWrong) {
        "map.toml:5: unknown key 'brightnes' in pin"},
       {"on_stop = \"off\"\n[[pin]]\nname = \"p\"\nbackend = \"led\"\ndevice = \"x\"\n",
        "map.toml:1: 'on_stop' must be leave, dark or lit"},
+      {"on_stop = \"dark\"\nsysfs_rot = \"/sys\"\n[[pin]]\nname = \"p\"\nbackend = \"led\"\n"
+       "device = \"x\"\n",
+       "map.toml:2: unknown key 'sysfs_rot' in the map"},
       {"pin = 3\n", "map.toml:1: 'pin' must be a list of [[pin]] tables"},
       {"", "map.toml:1: the map names no pin"},
       {"[[pin]]\nname = \"p\nbackend = \"led\"\n", "map.toml:2:"},
@@ -83,7 +86,13 @@ TEST(PinMapTest, RefusesABadMapWithTheLineAndWhatIsWrong) {
           << "got: " << error.what() << "\nwanted: " << c.message;
     }
   }
-  EXPECT_THROW(loadPinMap("/nonexistent/map.toml"), PinMapError);
+  try {
+    loadPinMap("/nonexistent/map.toml");
+    ADD_FAILURE() << "read a map that is not there";
+  } catch (PinMapError const& error) {
+    EXPECT_STREQ(error.what(),
+                 "/nonexistent/map.toml: cannot read the pin map: No such file or directory");
+  }
 }
 
 }  // namespace

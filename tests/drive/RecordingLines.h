@@ -8,6 +8,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <system_error>
 #include <vector>
 
 #include "host/drive/GpioLines.h"
@@ -27,59 +28,77 @@ struct GpioBench {
   std::map<std::string, std::map<unsigned, int>> levels;  // chip -> offset -> electrical level
   std::set<std::string> absentChips;
   std::set<std::pair<std::string, unsigned>> busyLines;
-  int failWrites = 0;  // errno for every write while set
+  std::set<std::pair<std::string, unsigned>> takenMeanwhile;  // free when checked, busy when asked
+  int failWrites = 0;                                         // errno for every write while set
   std::function<void(Request const&)> onWrite;
 
   int level(std::string const& chip, unsigned offset) { return levels[chip][offset]; }
+};
+
+// The electrical levels that a request's logical values give its lines.
+inline void applyLevels(GpioBench& bench, GpioBench::Request const& r) {
+  for (std::size_t i = 0; i < r.offsets.size(); ++i) {
+    bench.levels[r.chip][r.offsets[i]] = r.logical[i] ^ (r.activeLow ? 1 : 0);
+  }
+}
+
+// A request as the kernel keeps it: marked released when the driver lets it go.
+class RecordingRequest final : public LineRequest {
+ public:
+  RecordingRequest(GpioBench& bench, std::size_t index) : bench_(bench), index_(index) {}
+  ~RecordingRequest() override { bench_.requests[index_].released = true; }
+
+  void setValues(std::vector<int> const& values) override {
+    if (bench_.failWrites) throw std::system_error(bench_.failWrites, std::generic_category());
+    GpioBench::Request& r = bench_.requests[index_];
+    r.logical = values;
+    bench_.bulkWrites.push_back(index_);
+    applyLevels(bench_, r);
+    if (bench_.onWrite) bench_.onWrite(r);
+  }
+
+ private:
+  GpioBench& bench_;
+  std::size_t index_;
+};
+
+class RecordingChip final : public GpioChip {
+ public:
+  RecordingChip(GpioBench& bench, std::string name) : bench_(bench), name_(std::move(name)) {}
+
+  unsigned lineOffset(std::string const& name) override {
+    if (name.rfind("LINE", 0) != 0) throw std::system_error(ENOENT, std::generic_category());
+    return static_cast<unsigned>(std::stoul(name.substr(4)));
+  }
+  bool isLineUsed(unsigned offset) override { return bench_.busyLines.count({name_, offset}); }
+  std::unique_ptr<LineRequest> requestOutputs(std::vector<unsigned> const& offsets, bool activeLow,
+                                              std::vector<int> const& values) override {
+    for (unsigned offset : offsets) {
+      if (bench_.busyLines.count({name_, offset}) || bench_.takenMeanwhile.count({name_, offset})) {
+        throw std::system_error(EBUSY, std::generic_category());
+      }
+    }
+    bench_.requests.push_back({name_, offsets, activeLow, values});
+    applyLevels(bench_, bench_.requests.back());
+    return std::make_unique<RecordingRequest>(bench_, bench_.requests.size() - 1);
+  }
+
+ private:
+  GpioBench& bench_;
+  std::string name_;
 };
 
 class RecordingLines final : public GpioLines {
  public:
   explicit RecordingLines(GpioBench& bench) : bench_(bench) {}
 
-  int openChip(std::string const& address, std::size_t& chip) override {
-    if (bench_.absentChips.count(address)) return ENOENT;
-    for (chip = 0; chip < chips_.size(); ++chip) {
-      if (chips_[chip] == address) return 0;
-    }
-    chips_.push_back(address);
-    return 0;
+  std::unique_ptr<GpioChip> openChip(std::string const& address) override {
+    if (bench_.absentChips.count(address)) throw std::system_error(ENOENT, std::generic_category());
+    return std::make_unique<RecordingChip>(bench_, address);
   }
-  int findLine(std::size_t, std::string const& name, unsigned& offset) override {
-    if (name.rfind("LINE", 0) != 0) return ENOENT;
-    offset = static_cast<unsigned>(std::stoul(name.substr(4)));
-    return 0;
-  }
-  int request(std::size_t chip, std::vector<unsigned> const& offsets, bool activeLow,
-              std::vector<int> const& values, std::size_t& request) override {
-    for (unsigned offset : offsets) {
-      if (bench_.busyLines.count({chips_[chip], offset})) return EBUSY;
-    }
-    request = bench_.requests.size();
-    bench_.requests.push_back({chips_[chip], offsets, activeLow, values});
-    apply(bench_.requests.back());
-    return 0;
-  }
-  int setValues(std::size_t request, std::vector<int> const& values) override {
-    if (bench_.failWrites) return bench_.failWrites;
-    GpioBench::Request& r = bench_.requests[request];
-    r.logical = values;
-    bench_.bulkWrites.push_back(request);
-    apply(r);
-    if (bench_.onWrite) bench_.onWrite(r);
-    return 0;
-  }
-  void release(std::size_t request) override { bench_.requests[request].released = true; }
 
  private:
-  void apply(GpioBench::Request const& r) {
-    for (std::size_t i = 0; i < r.offsets.size(); ++i) {
-      bench_.levels[r.chip][r.offsets[i]] = r.logical[i] ^ (r.activeLow ? 1 : 0);
-    }
-  }
-
   GpioBench& bench_;
-  std::vector<std::string> chips_;
 };
 
 inline std::function<std::unique_ptr<GpioLines>()> linesOn(GpioBench& bench) {

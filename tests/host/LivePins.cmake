@@ -1,6 +1,6 @@
 # Runs warden live with a pin map that drives a values file, as on a board without hardware: after
 # the script the file holds what the agent shows. A map with an unknown backend is refused before
-# anything runs, naming the map's line, with exit status 1.
+# anything runs, naming the map's line, with exit status 2.
 #   cmake -DWARDEN=... -DAGENT=... -DDIR=... -P LivePins.cmake
 file(REMOVE_RECURSE "${DIR}")
 file(MAKE_DIRECTORY "${DIR}")
@@ -27,6 +27,6 @@ execute_process(COMMAND "${WARDEN}" run --quiet --agent "${AGENT}" --pins "${DIR
                         "${DIR}/run.warden"
                 INPUT_FILE /dev/null OUTPUT_VARIABLE out ERROR_VARIABLE err
                 RESULT_VARIABLE status TIMEOUT 60)
-if(NOT status STREQUAL "1" OR NOT err MATCHES "bad\\.toml:[0-9]+")
+if(NOT status STREQUAL "2" OR NOT err MATCHES "bad\\.toml:[0-9]+")
   message(FATAL_ERROR "a bad map gave status '${status}' and no located error\n${out}${err}")
 endif()

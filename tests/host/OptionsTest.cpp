@@ -54,6 +54,9 @@ TEST(OptionsTest, RefusesWhatItDoesNotUnderstand) {
       {{"run", "--trace", "Pinlamp/40"}, "bad trace levels"},
       {{"run", "--name="}, "--name needs a non-empty name"},
       {{"run", "--quiet=yes"}, "unknown option '--quiet=yes'"},
+      {{"run", "--http="}, "--http needs unix:PATH or HOST:PORT"},
+      {{"check", "--http", "127.0.0.1:80", "a.warden"}, "--http is for run, serve and drive"},
+      {{"serve", "--http-allow-remote=yes"}, "unknown option"},
   };
   for (Case const& c : cases) {
     std::string const error = parseOptions(c.arguments).error;

@@ -40,9 +40,10 @@ TEST_F(ServeConfigTest, KeysAreTheLongOptionsAndTheCommandLineWins) {
       "name = \"lamp\"\n"
       "cell = 2\n"
       "trace = [\"Pinlamp/3\", \"Other/6\"]\n"
-      "quiet = false\n");
+      "quiet = false\n"
+      "lamp-test-seconds = 4\n");
   ParsedOptions const parsed =
-      loadServeOptions({"serve", "--config", path, "--cell=5", "--trace", "Pinlamp/9"});
+      loadServiceOptions({"serve", "--config", path, "--cell=5", "--trace", "Pinlamp/9"});
   ASSERT_EQ(parsed.error, "");
   Options const& options = parsed.options;
   EXPECT_EQ(options.mode, Options::Mode::serve);
@@ -54,12 +55,25 @@ TEST_F(ServeConfigTest, KeysAreTheLongOptionsAndTheCommandLineWins) {
   ASSERT_EQ(options.traces.size(), 3u);
   EXPECT_EQ(options.traces.back(), (std::pair<std::string, std::uint32_t>{"Pinlamp", 1u << 9}));
   EXPECT_EQ(options.configPath, path);
+  EXPECT_EQ(options.lampTestSeconds, 4.0);
 
-  // A reload looks only at the trace levels; everything else needs a restart.
+  // A reload takes up the trace levels and the lamp test's length; the rest needs a restart.
   std::vector<std::string> restartOnly = restartOnlyArguments(readConfig(path));
   std::sort(restartOnly.begin(), restartOnly.end());
   EXPECT_EQ(restartOnly,
             (std::vector<std::string>{"--agent=/opt/libagent.so", "--cell=2", "--name=lamp"}));
+}
+
+// drive's --db and --pins may come from the file alone; without them it is refused.
+TEST_F(ServeConfigTest, DriveTakesWhatItNeedsFromTheFile) {
+  std::string const path = write("db = \"unix:/run/redis.sock\"\npins = \"/etc/pins.toml\"\n");
+  ParsedOptions const parsed = loadServiceOptions({"drive", "--config", path});
+  ASSERT_EQ(parsed.error, "");
+  EXPECT_EQ(parsed.options.mode, Options::Mode::drive);
+  EXPECT_EQ(parsed.options.database.url, "unix:/run/redis.sock");
+  EXPECT_EQ(parsed.options.pinMap, "/etc/pins.toml");
+  EXPECT_EQ(loadServiceOptions({"drive", "--config", write("pins = \"p.toml\"\n")}).error,
+            "drive needs --db URL and --pins FILE");
 }
 
 TEST_F(ServeConfigTest, EveryErrorNamesTheFileAndLine) {
@@ -71,7 +85,8 @@ TEST_F(ServeConfigTest, EveryErrorNamesTheFileAndLine) {
   Case const cases[] = {
       {"name = \"x\"\n\nbogus = 1\n", ":3: ", "unknown key 'bogus'"},
       {"cell = \"two\"\n", ":1: ", "--cell needs a whole number, not 'two'"},
-      {"\ncell = 1.5\n", ":2: ", "'cell' needs a string, a whole number or true/false"},
+      {"\ncell = 1.5\n", ":2: ", "--cell needs a whole number, not '1.5'"},
+      {"\n\nname = 2026-11-24\n", ":3: ", "'name' needs a string, a number or true/false"},
       {"[agent]\npath = \"x\"\n", ":1: ", "'agent' is a table, not an option"},
       {"trace = [\n  \"Pinlamp/3\",\n  [\"x\"],\n]\n", ":3: ", "'trace' takes a list of values"},
       {"trace = [\"Pinlamp/x\"]\n", ":1: ", "bad trace levels"},
@@ -82,12 +97,12 @@ TEST_F(ServeConfigTest, EveryErrorNamesTheFileAndLine) {
   };
   for (Case const& c : cases) {
     std::string const path = write(c.text);
-    ParsedOptions const parsed = loadServeOptions({"serve", "--config=" + path});
+    ParsedOptions const parsed = loadServiceOptions({"serve", "--config=" + path});
     EXPECT_EQ(parsed.error.rfind(path + c.where, 0), 0u) << c.text << " -> " << parsed.error;
     EXPECT_NE(parsed.error.find(c.reason), std::string::npos) << c.text << " -> " << parsed.error;
   }
   std::string const missing = (dir_ / "missing.toml").string();
-  EXPECT_EQ(loadServeOptions({"serve", "--config", missing}).error,
+  EXPECT_EQ(loadServiceOptions({"serve", "--config", missing}).error,
             missing + ": cannot read the configuration: No such file or directory");
 }
 

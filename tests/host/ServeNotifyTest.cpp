@@ -236,14 +236,15 @@ TEST_F(ServeNotifyTest, HangUpReloadsTheTraceLevelsAndKeepsTheRest) {
 
   std::ofstream(config) << "name = \"lamp\"\ntrace = [\"Pinlamp/6-9\"]\n";
   ASSERT_EQ(::kill(child_, SIGHUP), 0);
-  ASSERT_TRUE(awaitLog("trace levels reloaded from " + config, 10)) << wardenLog();
+  ASSERT_TRUE(awaitLog("trace levels and lamp-test-seconds reloaded from " + config, 10))
+      << wardenLog();
   EXPECT_EQ(wardenLog().find("next restart"), std::string::npos) << wardenLog();
 
   std::ofstream(config) << "name = \"other\"\ntrace = [\"Pinlamp/3\"]\n";
   ASSERT_EQ(::kill(child_, SIGHUP), 0);
-  EXPECT_TRUE(awaitLog(
-      "options other than trace changed in " + config + "; they take effect at the next restart",
-      10))
+  EXPECT_TRUE(awaitLog("options other than trace and lamp-test-seconds changed in " + config +
+                           "; they take effect at the next restart",
+                       10))
       << wardenLog();
 
   std::ofstream(config) << "name = \"lamp\"\ncell = \"two\"\n";
@@ -255,6 +256,67 @@ TEST_F(ServeNotifyTest, HangUpReloadsTheTraceLevelsAndKeepsTheRest) {
 
   ASSERT_EQ(::kill(child_, SIGTERM), 0);
   EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+}
+
+// Wrong inputs that a restart cannot mend exit 2, which the unit does not restart, before any pin
+// is touched: LED red of the map is there and keeps its kernel trigger and brightness.
+TEST_F(ServeNotifyTest, WrongInputsExitTwoBeforeAnyPinIsTouched) {
+  fs::path const red = dir_ / "sys/class/leds/red";
+  fs::create_directories(red);
+  std::ofstream(red / "max_brightness") << "255\n";
+  std::ofstream(red / "trigger") << "[heartbeat] none";
+  std::ofstream(red / "brightness") << "1\n";
+  std::string const leds =
+      "sysfs_root = \"sys\"\n"
+      "[[pin]]\nname = \"r\"\nbackend = \"led\"\ndevice = \"red\"\n"
+      "[[pin]]\nname = \"b\"\nbackend = \"led\"\ndevice = \"blue\"\n";
+  std::ofstream(dir_ / "leds.toml") << leds;
+  std::ofstream(dir_ / "typo.toml") << "sysfs_rot = \"sys\"\n" << leds.substr(leds.find('\n') + 1);
+  std::string const map = (dir_ / "leds.toml").string();
+  std::string const config = (dir_ / "pinlamp.toml").string();
+  std::ofstream(config) << "name = \"lamp\"\ndb = \"unix:\"\n";
+  std::string const unreachable = "unix:" + (dir_ / "none.sock").string();
+  struct Case {
+    std::vector<std::string> arguments;
+    std::string logged;
+  };
+  std::vector<Case> const cases = {
+      {{"serve", "--agent", AGENT_PLUGIN, "--pins", map},
+       map + ":6: pin 'b': LED 'blue': max_brightness: No such file or directory"},
+      {{"drive", "--db", unreachable, "--pins", map}, map + ":6: pin 'b': LED 'blue'"},
+      {{"run", "--agent", AGENT_PLUGIN, "--pins", map}, map + ":6: pin 'b': LED 'blue'"},
+      {{"serve", "--agent", AGENT_PLUGIN, "--pins", (dir_ / "typo.toml").string()},
+       (dir_ / "typo.toml").string() + ":1: unknown key 'sysfs_rot' in the map"},
+      {{"serve", "--agent", AGENT_PLUGIN, "--config", config}, config + ":2: database: "},
+      {{"drive", "--db", "redis:/x", "--pins", map}, "database: "},
+      {{"serve", "--agent", (dir_ / "none.so").string()}, "none.so"},
+      {{"serve", "--agent", AGENT_PLUGIN, "--http", "192.0.2.1:8080"}, "not a loopback address"},
+  };
+  for (Case const& c : cases) {
+    startWardenWith(c.arguments);
+    int const status = awaitExit(10);
+    if (status < 0) {  // still running: ended here, so that the next case does not leave it behind
+      ::kill(child_, SIGKILL);
+      ::waitpid(child_, nullptr, 0);
+    }
+    EXPECT_EQ(status, 2) << c.arguments[0] << " " << c.arguments.back() << "\n" << wardenLog();
+    EXPECT_NE(wardenLog().find(c.logged), std::string::npos) << wardenLog();
+    EXPECT_EQ(wardenLog().find("cannot reach"), std::string::npos) << wardenLog();
+  }
+  std::ifstream trigger(red / "trigger"), brightness(red / "brightness");
+  std::string text;
+  EXPECT_TRUE(std::getline(trigger, text) && text == "[heartbeat] none") << text;
+  EXPECT_TRUE(std::getline(brightness, text) && text == "1") << text;
+
+  // With pins-partial the LED that is there is driven and the missing one reported.
+  startWardenWith({"serve", "--agent", AGENT_PLUGIN, "--pins", map, "--pins-partial"});
+  ASSERT_TRUE(awaitMessage("READY=1", 20)) << wardenLog();
+  EXPECT_NE(wardenLog().find("pins: not driven: " + map + ":6: pin 'b'"), std::string::npos)
+      << wardenLog();
+  ASSERT_EQ(::kill(child_, SIGTERM), 0);
+  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+  std::ifstream claimed(red / "trigger");
+  EXPECT_TRUE(std::getline(claimed, text) && text == "none") << text;
 }
 
 // With a database server of the test's own and a pin map that drives a values file.
@@ -361,6 +423,52 @@ TEST_F(ServeDatabaseTest, LampTestLightsEveryPinThenRestoresWithoutTouchingThePi
   publisher_->hashIs("LED_CONFIG|Led1", {{"green", "0"}, {"red", "1"}}, false);
   EXPECT_TRUE(awaitValues("g 0\nr 1\n", 10)) << values() << wardenLog();
   EXPECT_EQ(pinTableValue("g"), "0");
+  ASSERT_EQ(::kill(child_, SIGTERM), 0);
+  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+}
+
+// Levels enabled by a reload print from then on: a change of the LED prints nothing at level 7
+// before the reload and its record after.
+TEST_F(ServeDatabaseTest, HangUpPrintsTheNewlyEnabledTraceLevels) {
+  std::string const config = (dir_ / "pinlamp.toml").string();
+  std::string const common =
+      "db = \"" + server_.url() + "\"\npins = \"" + (dir_ / "pins.toml").string() + "\"\n";
+  std::ofstream(config) << common << "trace = [\"Pinlamp/3\"]\n";
+  publishGreenLed();
+  startWardenWith({"serve", "--agent", AGENT_PLUGIN, "--config", config});
+  ASSERT_TRUE(awaitMessage("READY=1", 20)) << wardenLog();
+  publisher_->hashIs("LED_CONFIG|Led1", {{"green", "0"}, {"red", "1"}}, false);
+  ASSERT_TRUE(awaitValues("g 0\nr 1\n", 10)) << values() << wardenLog();
+  EXPECT_EQ(wardenLog().find("handleHwLedConfig"), std::string::npos) << wardenLog();
+
+  std::ofstream(config) << common << "trace = [\"Pinlamp/3,7\"]\n";
+  ASSERT_EQ(::kill(child_, SIGHUP), 0);
+  ASSERT_TRUE(awaitLog("reloaded from " + config, 10)) << wardenLog();
+  publisher_->hashIs("LED_CONFIG|Led1", {{"green", "1"}, {"red", "0"}}, false);
+  EXPECT_TRUE(awaitLog("handleHwLedConfig Led1", 10)) << wardenLog();
+  ASSERT_EQ(::kill(child_, SIGTERM), 0);
+  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+}
+
+// drive reads its options from a file as serve does, and takes up the lamp test's length on
+// SIGHUP; a changed map waits for the next restart.
+TEST_F(ServeDatabaseTest, DriveTakesItsOptionsFromAFileAndReloadsTheLampTestLength) {
+  publisher_->hashIs("GPIO_PIN|g", {{"value", "1"}}, true);
+  std::string const config = (dir_ / "drive.toml").string();
+  std::string const common = "db = \"" + server_.url() + "\"\n";
+  std::ofstream(config) << common << "pins = \"" << (dir_ / "pins.toml").string()
+                        << "\"\nlamp-test-seconds = 60\n";
+  startWardenWith({"drive", "--config", config});
+  ASSERT_TRUE(awaitMessage("READY=1", 20)) << wardenLog();
+  EXPECT_EQ(values(), "g 1\nr 0\n");
+
+  std::ofstream(config) << common << "pins = \"other.toml\"\nlamp-test-seconds = 0.5\n";
+  ASSERT_EQ(::kill(child_, SIGHUP), 0);
+  ASSERT_TRUE(awaitLog("options other than trace and lamp-test-seconds changed in " + config, 10))
+      << wardenLog();
+  ASSERT_EQ(::kill(child_, SIGUSR2), 0);
+  ASSERT_TRUE(awaitValues("g 1\nr 1\n", 10)) << values() << wardenLog();
+  EXPECT_TRUE(awaitValues("g 1\nr 0\n", 10)) << values() << wardenLog();
   ASSERT_EQ(::kill(child_, SIGTERM), 0);
   EXPECT_EQ(awaitExit(10), 0) << wardenLog();
 }

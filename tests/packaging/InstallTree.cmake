@@ -1,6 +1,7 @@
-# The installation as a user gets it: `cmake --install` into a staging root, then a sibling agent
-# built against it with find_package and with pkg-config, and the installed warden running the
-# installed plug-in (found beside it, no --agent) on an example script.
+# The installation as a user gets it: `cmake --install` into a staging root, the installed
+# plug-in's exports against the allow-list, then a sibling agent built against it with
+# find_package and with pkg-config, and the installed warden running the installed plug-in
+# (found beside it, no --agent) on an example script.
 #   -DBUILD_DIR= -DSOURCE_DIR= -DWORK= -DGENERATOR= -DCXX= -DPREFIX=
 cmake_minimum_required(VERSION 3.25)
 
@@ -19,10 +20,14 @@ set(ENV{DESTDIR} ${root})
 run("cmake --install" ${CMAKE_COMMAND} --install ${BUILD_DIR})
 unset(ENV{DESTDIR})
 
-file(GLOB_RECURSE libdirs LIST_DIRECTORIES true ${installed}/lib*/libpinlamp.so)
+file(GLOB_RECURSE libdirs LIST_DIRECTORIES false ${installed}/lib*/libpinlamp.so)
 list(GET libdirs 0 plugin)
 get_filename_component(libdir ${plugin} DIRECTORY)
 set(ENV{LD_LIBRARY_PATH} ${libdir})
+
+run("the installed plug-in's exports" ${CMAKE_COMMAND} -DLIBRARY=${plugin}
+    -DALLOWED=${SOURCE_DIR}/tests/plugin/exported-symbols.txt
+    -P ${SOURCE_DIR}/tests/plugin/ExportedSymbols.cmake)
 
 run("the sibling's configuration against the installation" ${CMAKE_COMMAND}
     -S ${SOURCE_DIR}/examples/sibling -B ${WORK}/sibling -G ${GENERATOR}
@@ -44,4 +49,11 @@ run("the installed warden" ${installed}/bin/warden check
 if(NOT output MATCHES "1 passed, 0 failed")
   message(FATAL_ERROR "the installed warden did not pass the example:\n${output}")
 endif()
+# The runtime component alone, as the runtime package holds it: every library warden loads must
+# be in it (cmake --install above installs every component and would hide one left out).
+set(runtime_root ${WORK}/runtime)
+run("cmake --install --component runtime" ${CMAKE_COMMAND} -E env DESTDIR=${runtime_root}
+    ${CMAKE_COMMAND} --install ${BUILD_DIR} --component runtime)
+run("warden from the runtime component alone" ${runtime_root}${PREFIX}/bin/warden check
+    ${SOURCE_DIR}/examples/switch48/panel.warden)
 message(STATUS "installed, built against and run from ${installed}")

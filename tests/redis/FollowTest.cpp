@@ -56,6 +56,61 @@ TEST_F(FollowTest, MappingPinsAndReadyInOneHashAreBuiltFromTheNewPins) {
   EXPECT_EQ(agent.harness.pinValue("new"), 1);
 }
 
+// Changed in place (HSET, HDEL) and replaced whole (DEL and HSET in one transaction), a mapping
+// holds exactly the pins of its last hash.
+TEST_F(FollowTest, AShrunkMappingHoldsOnlyItsRemainingPins) {
+  agent.publishLed("eth1", setting("g"));
+  for (bool const replaced : {false, true}) {
+    agent.publishMapping("eth1", {.green = {"g1", "g2"}, .red = {"r1"}});
+    ASSERT_TRUE(agent.settle());
+    agent.publisher().hashIs(keyOf(kMappingTable, "eth1"), {{"green", "g1"}, {"ready", "1"}},
+                             replaced);
+    expectTableMatchesAgent();
+    auto const mapping = agent.harness.mappingDir()->gpioLeds("eth1");
+    ASSERT_TRUE(mapping);
+    EXPECT_EQ(mapping->gpioGreenName().size(), 1u) << replaced;
+    EXPECT_TRUE(mapping->gpioGreenName().contains("g1")) << replaced;
+    EXPECT_EQ(mapping->gpioRedName().size(), replaced ? 0u : 1u) << replaced;
+    // A field deleted is a colour without pins.
+    agent.publisher().command({"HDEL", keyOf(kMappingTable, "eth1"), "red"});
+    expectTableMatchesAgent();
+    EXPECT_EQ(mapping->gpioRedName().size(), 0u) << replaced;
+    EXPECT_EQ(agent.harness.mappingDir()->gpioLeds("eth1"), mapping) << replaced;
+  }
+}
+
+// The server holds the agent's read while a writer changes the key again: the notification of
+// the change comes before the answer to the read, which is then stale. The agent reads again
+// and ends at the last value.
+TEST_F(FollowTest, AKeyChangedWhileItsReadIsInFlightEndsAtItsLastValue) {
+  agent.publishMapping("eth1", {.yellow = {"y1"}, .green = {"g1"}, .red = {"r1"}});
+  agent.publishLed("eth1", setting("g"));
+  ASSERT_TRUE(agent.settle());
+  std::string const key = keyOf(kLedTable, "eth1");
+  std::string error;
+  auto writer = TablePublisher::publisherIs(*endpointOf(server.url(), error), error);
+  ASSERT_TRUE(writer) << error;
+  char const* const colours[] = {"y", "r", "g"};
+  for (int round = 0; round < 6; ++round) {
+    auto const reads = agent.backend->mirror().readCount();
+    agent.publishLed("eth1", setting(colours[round % 3]));
+    // Asked, not yet sent: from here the server holds every connection's commands for a while,
+    // then runs them in the order they came.
+    for (int turn = 0; turn < 3000 && agent.backend->mirror().readCount() == reads; ++turn) {
+      agent.loop().pollIo(0.002);
+      agent.harness.runPending();
+    }
+    ASSERT_GT(agent.backend->mirror().readCount(), reads);
+    agent.publisher().command({"CLIENT", "PAUSE", "150", "ALL"});
+    agent.loop().pollIo(0.001);  // the read goes out and waits in the server
+    writer->hashIs(key, hashOf(setting(colours[(round + 1) % 3])), false);
+    expectTableMatchesAgent();
+    EXPECT_EQ(agent.harness.ledDir()->leds("eth1")->lightSetting(),
+              setting(colours[(round + 1) % 3]))
+        << round;
+  }
+}
+
 TEST_F(FollowTest, BurstToOneLedEndsInItsLastSettingWithFewReads) {
   agent.publishMapping("eth1", {.yellow = {"y1"}, .green = {"g1"}, .red = {"r1"}});
   agent.publishLed("eth1", setting(""));
@@ -91,12 +146,18 @@ TEST_F(FollowTest, SubscriberKilledThenExactlyTheChangesMeanwhileAreApplied) {
 
   // b's pins keep their last values: the agent does not darken an LED whose setting goes.
   EXPECT_EQ(agent.harness.pinValues({"ag", "ar", "bg", "br", "cg"}), "01101");
+  EXPECT_FALSE(agent.harness.ledDir()->leds("b"));
+  EXPECT_TRUE(agent.harness.mappingDir()->gpioLeds("b"));
   EXPECT_EQ(agent.harness.ledDir()->leds("keep"), kept);
   EXPECT_EQ(agent.harness.machine("keep"), keptMachine);
   // a's two pins and c's one.
   EXPECT_EQ(agent.backend->pinWriter().writeCount() - writesBefore, 3u);
   EXPECT_EQ(logLinesWith("lost"), 1u);
   EXPECT_EQ(logLinesWith("reconnected"), 1u);
+  // The first read and the one after the reconnect, each counted once it was applied.
+  auto const& counters = agent.backend->mirror().counters();
+  EXPECT_EQ(counters.resyncs, 2u);
+  EXPECT_GE(counters.resyncSeconds, counters.lastResyncSeconds);
 }
 
 TEST_F(FollowTest, ServerKilledAndRestartedEmptyThenRepublished) {
@@ -140,9 +201,13 @@ TEST_F(FollowTest, MalformedFieldsAndNamesAreRefusedAndTheAgentGoesOn) {
     char const* value;
   };
   Bad const bad[] = {
-      {"LED_CONFIG|eth1", "flashInterval", "abc"}, {"LED_CONFIG|eth1", "flashInterval", "-1"},
-      {"LED_CONFIG|eth1", "flashInterval", "inf"}, {"LED_CONFIG|eth1", "red", "2"},
-      {"GPIO_LED|eth1", "ready", "yes"},           {"GPIO_LED|eth1", "red", "r1,,r2"},
+      {"LED_CONFIG|eth1", "flashInterval", "abc"},
+      {"LED_CONFIG|eth1", "flashInterval", "-1"},
+      {"LED_CONFIG|eth1", "flashInterval", "inf"},
+      {"LED_CONFIG|eth1", "flashInterval", "nan"},
+      {"LED_CONFIG|eth1", "red", "2"},
+      {"GPIO_LED|eth1", "ready", "yes"},
+      {"GPIO_LED|eth1", "red", "r1,,r2"},
   };
   for (Bad const& b : bad) {
     agent.log.clear();
@@ -151,6 +216,8 @@ TEST_F(FollowTest, MalformedFieldsAndNamesAreRefusedAndTheAgentGoesOn) {
     std::string const expected =
         std::string(b.key) + " field " + b.field + " = \"" + b.value + "\"";
     EXPECT_EQ(logLinesWith(expected), 1u) << expected;
+    EXPECT_EQ(agent.harness.ledDir()->leds("eth1")->lightSetting(), setting("g")) << expected;
+    EXPECT_EQ(agent.harness.mappingDir()->gpioLeds("eth1")->gpioRedName().size(), 1u) << expected;
     // Put the good hash back; a deletion and a creation read in one go would be a replacement.
     agent.publisher().keyDel(b.key);
     ASSERT_TRUE(agent.settle());
@@ -158,6 +225,7 @@ TEST_F(FollowTest, MalformedFieldsAndNamesAreRefusedAndTheAgentGoesOn) {
     if (std::string(b.key).starts_with("GPIO")) {
       agent.publishMapping("eth1", {.green = {"g1"}, .red = {"r1"}});
     }
+    ASSERT_TRUE(agent.settle());
   }
   agent.log.clear();
   agent.publisher().hashIs("LED_CONFIG|eth1|x", hashOf(setting("r")), false);
@@ -165,6 +233,8 @@ TEST_F(FollowTest, MalformedFieldsAndNamesAreRefusedAndTheAgentGoesOn) {
   ASSERT_TRUE(agent.settle());
   EXPECT_EQ(logLinesWith("refused LED_CONFIG|eth1|x"), 1u);
   EXPECT_EQ(logLinesWith("refused LED_CONFIG|a/b"), 1u);
+  // A monitoring system counts what the log says: one refused row per line.
+  EXPECT_EQ(agent.backend->mirror().counters().refusedRows, std::size(bad) + 2);
 
   // Last good values held throughout; the agent still follows good writes.
   agent.publishLed("eth1", setting("r"));

@@ -24,7 +24,7 @@ std::string joined(std::vector<std::string> const& names) {
 
 }  // namespace
 
-RedisAgent::RedisAgent(RedisServer& server, std::string url, LinkSettings settings)
+RedisAgent::RedisAgent(RedisServer& server, std::string url, LinkSettings settings, bool fresh)
     : harness(unstarted()) {
   if (url.empty()) url = server.url();
   std::string error;
@@ -36,7 +36,7 @@ RedisAgent::RedisAgent(RedisServer& server, std::string url, LinkSettings settin
   auto endpoint = endpointOf(server.url(), error);
   publisher_ = TablePublisher::publisherIs(*endpoint, error);
   if (!publisher_) throw std::runtime_error(error);
-  publisher_->command({"FLUSHDB"});
+  if (fresh) publisher_->command({"FLUSHDB"});
   backend->start();
   harness.start();
   if (!pumpUntil([this] { return backend->isUp(); })) throw std::runtime_error("no link");

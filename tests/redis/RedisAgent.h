@@ -17,8 +17,10 @@ namespace PinlampTest {
 
 class RedisAgent {
  public:
+  // `fresh`: the server's data is flushed first; without, the agent starts as a restarted one
+  // does, on what an earlier run left.
   explicit RedisAgent(RedisServer& server, std::string url = {},
-                      Statedb::Redis::LinkSettings settings = patient());
+                      Statedb::Redis::LinkSettings settings = patient(), bool fresh = true);
   // A time-out no test's pace can hit: virtual time runs far ahead of the server's answers.
   static Statedb::Redis::LinkSettings patient() { return {.timeout = 600.0}; }
   ~RedisAgent();

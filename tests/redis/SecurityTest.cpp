@@ -2,6 +2,7 @@
 // minimal ACL of the documentation.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <fstream>
 
 #include "platform/statedb/redis/Endpoint.h"
@@ -41,6 +42,15 @@ TEST(EndpointTest, PlainTcpToAnotherMachineNeedsCredentialsOrAnExplicitAllowance
   EXPECT_EQ(refusalOf(remote, true), "");
   EXPECT_EQ(refusalOf(*endpointOf("redis://127.0.0.1:7000", error), false), "");
   EXPECT_EQ(refusalOf(*endpointOf("redis://u@10.0.0.5?password-file=/p", error), false), "");
+  // Loopback is an address, not a name that happens to begin like one.
+  for (char const* local : {"redis://127.0.0.1", "redis://127.9.8.7:6380", "redis://[::1]:6379",
+                            "redis://localhost", "redis://[::ffff:127.0.0.1]"}) {
+    EXPECT_EQ(refusalOf(*endpointOf(local, error), false), "") << local;
+  }
+  for (char const* remote : {"redis://127example.net", "redis://127.0.0.1.example.net",
+                             "redis://localhost.example.net", "redis://[::2]", "redis://127.1"}) {
+    EXPECT_NE(refusalOf(*endpointOf(remote, error), false), "") << remote;
+  }
 }
 
 class AclTest : public ::testing::Test {
@@ -91,6 +101,31 @@ TEST_F(AclTest, AgentFollowsAndWritesPinsUnderTheMinimalAcl) {
   ASSERT_TRUE(asAgent) << error;
   EXPECT_EQ(asAgent->command({"HSET", "LED_CONFIG|eth1", "red", "1"}).substr(0, 6), "NOPERM");
   EXPECT_EQ(asAgent->command({"GET", "other"}).substr(0, 6), "NOPERM");
+}
+
+TEST_F(AclTest, AScanRefusedOnReconnectIsRetriedAndNeverTakenForAnEmptyTable) {
+  RedisAgent agent(server, url(passwordFile.c_str()));
+  agent.publishMapping("eth1", {.green = {"g1"}});
+  agent.publishLed("eth1", setting("g"));
+  ASSERT_TRUE(agent.settle());
+  agent.publisher().command({"ACL", "SETUSER", "pinlamp", "-scan"});
+  agent.publisher().command({"CLIENT", "KILL", "TYPE", "pubsub"});
+  ASSERT_TRUE(agent.pumpUntil([&] { return !agent.backend->isUp(); }));
+  agent.advance(3.0);  // several refused resyncs
+  EXPECT_EQ(agent.harness.pinValue("g1"), 1);
+  EXPECT_EQ(std::count_if(agent.log.begin(), agent.log.end(),
+                          [](std::string const& line) {
+                            return line.find("refused a read of the tables (NOPERM") !=
+                                   std::string::npos;
+                          }),
+            1);
+
+  agent.publisher().command({"ACL", "SETUSER", "pinlamp", "+scan"});
+  agent.advance(6.0);  // the longest back-off
+  ASSERT_TRUE(agent.pumpUntil([&] { return agent.backend->isUp(); }));
+  ASSERT_TRUE(agent.settle());
+  EXPECT_EQ(agent.harness.pinValue("g1"), 1);
+  EXPECT_EQ(agent.tablePins(), agent.agentPins());
 }
 
 TEST_F(AclTest, WrongPasswordIsRefusedWithoutShowingIt) {

@@ -1,5 +1,9 @@
 #include <cmath>
+#include <cstdint>
 #include <limits>
+#include <set>
+#include <string>
+#include <utility>
 
 #include "tests/statemachine/LedFixture.h"
 
@@ -30,6 +34,32 @@ TEST_F(FlashTimingTest, SteadyRedThenFlashingRedStartsFlashing) {
   advanceTo(1.0);
   EXPECT_EQ(pins(), "0000");
   EXPECT_EQ(machine->clockReactor()->timeMin(), 1.5);
+}
+
+// The line numbers of the machine's records are part of the trace output format; no check of
+// the texts would notice a wrong one.
+TEST_F(FlashTimingTest, EveryKindOfRecordCarriesItsFixedLine) {
+  show(lit("r", 0.5));
+  Ptr<GpioLedStateMachine> machine = this->machine();
+  advanceTo(0.5);
+
+  std::set<std::pair<std::string, std::uint32_t>> traced;
+  for (Zel::TraceRecord const& record : sink_.records()) traced.emplace(record.text, record.line);
+  std::pair<std::string, std::uint32_t> const expected[] = {
+      {"handleInitialized for Led1", 212},
+      {"handleHwLedConfig Led1", 224},
+      {"handleLedSystemConfig Led1 [red flash 0.5s]Config: ledSystem", 237},
+      {"handleClockTimeout for Led1", 260},
+      {"Led Led1 is now 1", 274},
+      {"handleCorvelGpioYellow Led1", 286},
+      {"handleCorvelGpioGreen Led1", 291},
+      {"handleCorvelGpioRed Led1", 295},
+      {"Corvel Red Pin: R1  OldValue: 0 NewValue: 1", 295},
+      {"handleCorvelGpioOrange Led1", 300},
+  };
+  for (auto const& record : expected) {
+    EXPECT_EQ(traced.count(record), 1u) << record.first << " at line " << record.second;
+  }
 }
 
 TEST_F(FlashTimingTest, TickBeforeInitialisationIsIgnored) {

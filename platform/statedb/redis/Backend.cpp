@@ -25,9 +25,11 @@ Backend::Backend(Zel::ActivityManager& loop, Endpoint endpoint, LinkSettings set
       mirror_(loop, link_, mappings, leds, log),
       pinWriter_(loop, link_, pins, log) {
   link_.listenerIs(this);
+  mirror_.resyncedHandlerIs([this] { inputsRead(); });
 }
 
 void Backend::onLinkUp() {
+  ++connection_;
   // Subscribed already: whatever changes from here on is notified, so a whole read now misses
   // nothing.
   mirror_.resync();
@@ -36,9 +38,19 @@ void Backend::onLinkUp() {
 }
 
 void Backend::onLinkDown() {
+  ++connection_;
   mirror_.linkDown();
   pinWriter_.linkDown();
   if (upHandler_) upHandler_(false);
+}
+
+void Backend::inputsRead() {
+  // Once the agent has reacted to the whole read: its pins then stand as its inputs imply.
+  afterIdle([this, connection = connection_] {
+    if (connection != connection_) return;
+    link_.wholeReadDone();
+    pinWriter_.inputsRead();
+  });
 }
 
 void Backend::afterIdle(std::function<void()> then) {
@@ -54,11 +66,13 @@ void Backend::barrier(std::function<void()> done) {
   link_.probe([this, done = std::move(done)]() mutable {
     mirror_.whenQuiet([this, done = std::move(done)]() mutable {
       afterIdle([this, done = std::move(done)]() mutable {
-        pinWriter_.flush();
-        auto shared = std::make_shared<std::function<void()>>(std::move(done));
-        bool const sent = link_.command({"PING"}, [shared](redisReply const&) { (*shared)(); });
-        // Lost meanwhile: start over once the link is back.
-        if (!sent) barrier(std::move(*shared));
+        pinWriter_.whenRewritten([this, done = std::move(done)]() mutable {
+          pinWriter_.flush();
+          auto shared = std::make_shared<std::function<void()>>(std::move(done));
+          bool const sent = link_.command({"PING"}, [shared](redisReply const&) { (*shared)(); });
+          // Lost meanwhile: start over once the link is back.
+          if (!sent) barrier(std::move(*shared));
+        });
       });
     });
   });

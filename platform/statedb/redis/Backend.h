@@ -3,6 +3,7 @@
 // the server is away the agent goes on with what it last knew.
 #pragma once
 
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -51,12 +52,14 @@ class Backend final : private Link::Listener {
     mirror_.keyTouched(key, event);
   }
   void afterIdle(std::function<void()> then);
+  void inputsRead();
 
   Zel::ActivityManager& loop_;
   Link link_;
   Mirror mirror_;
   PinTableWriter pinWriter_;
   std::function<void(bool up)> upHandler_;
+  std::uint64_t connection_ = 0;  // counts ups and downs: a late callback finds it moved on
 };
 
 }  // namespace Statedb::Redis

@@ -24,6 +24,12 @@ bool isError(redisReply const& reply) {
   return reply.type == REDIS_REPLY_ERROR;
 }
 
+bool isNotServingYet(redisReply const& reply) {
+  if (!isError(reply)) return false;
+  std::string_view const text(reply.str, reply.len);
+  return text.starts_with("LOADING") || text.starts_with("BUSY") || text.starts_with("MASTERDOWN");
+}
+
 Connection::Connection(Zel::ActivityManager& loop, Closed onClosed)
     : loop_(loop), onClosed_(std::move(onClosed)), self_(std::make_shared<Connection*>(this)) {}
 

@@ -93,5 +93,8 @@ void ignoreBrokenPipes();
 // The text of an error or status reply; empty for other replies.
 std::string replyText(redisReply const& reply);
 bool isError(redisReply const& reply);
+// An error that says the server cannot serve now but will: loading its data, blocked by a
+// script, or a replica without its primary. Any other error is the command's own.
+bool isNotServingYet(redisReply const& reply);
 
 }  // namespace Statedb::Redis

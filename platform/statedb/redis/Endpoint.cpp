@@ -1,5 +1,8 @@
 #include "platform/statedb/redis/Endpoint.h"
 
+#include <arpa/inet.h>
+#include <netinet/in.h>
+
 #include <charconv>
 #include <fstream>
 #include <string_view>
@@ -134,7 +137,16 @@ std::optional<Endpoint> endpointOf(std::string const& url, std::string& error) {
 }
 
 bool isLoopback(std::string const& host) {
-  return host == "localhost" || host == "::1" || host.starts_with("127.");
+  // Decided on the address, never on how the name begins: "127.0.0.1.example.net" is a name
+  // that any resolver may send elsewhere.
+  if (host == "localhost" || host == "localhost.") return true;
+  in_addr v4{};
+  if (::inet_pton(AF_INET, host.c_str(), &v4) == 1) return (ntohl(v4.s_addr) >> 24) == 127;
+  in6_addr v6{};
+  if (::inet_pton(AF_INET6, host.c_str(), &v6) != 1) return false;
+  if (IN6_IS_ADDR_LOOPBACK(&v6)) return true;
+  // An IPv4 loopback address written as IPv6 (::ffff:127.0.0.1).
+  return IN6_IS_ADDR_V4MAPPED(&v6) && v6.s6_addr[12] == 127;
 }
 
 std::string refusalOf(Endpoint const& endpoint, bool allowInsecure) {

@@ -32,6 +32,7 @@ std::optional<Endpoint> endpointOf(std::string const& url, std::string& error);
 // machine without credentials lets anyone on the network light (or darken) the panel.
 std::string refusalOf(Endpoint const& endpoint, bool allowInsecure);
 
+// A loopback address written as such (127.0.0.0/8, ::1, ::ffff:127.x.y.z), or "localhost".
 bool isLoopback(std::string const& host);
 
 // The password in `path`: its first line, without the line end. Nullopt with `error` set when

@@ -24,6 +24,9 @@ std::string missingNotifyFlags(std::string const& have) {
   return missing;
 }
 
+// How often a server that answers but does not serve yet is asked again.
+constexpr double kServingPoll = 0.2;
+
 std::string seconds(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%.1fs", value);
@@ -44,6 +47,7 @@ Link::Link(Zel::ActivityManager& loop, Endpoint endpoint, std::vector<std::strin
       retryTimer_(loop, [this] { connect(); }),
       keepaliveTimer_(loop, [this] { keepalive(); }),
       timeoutTimer_(loop, [this] { fail("no answer within " + seconds(settings_.timeout)); }),
+      servingTimer_(loop, [this] { handshakePing(); }),
       keyspacePrefix_("__keyspace@" + std::to_string(endpoint_.db) + "__:") {
   static std::uint64_t linkCount = 0;
   probeChannel_ = "pinlamp:probe:" + std::to_string(::getpid()) + ":" + std::to_string(++linkCount);
@@ -51,7 +55,9 @@ Link::Link(Zel::ActivityManager& loop, Endpoint endpoint, std::vector<std::strin
   backoff_ = settings_.backoffMin;
 }
 
-Link::~Link() = default;
+Link::~Link() {
+  *alive_ = false;
+}
 
 void Link::start() {
   if (state_ == State::idle) connect();
@@ -74,8 +80,8 @@ void Link::connect() {
   }
   timeoutTimer_.armIn(settings_.timeout);
   checkNotifyFlags();
-  // The handshake ends with the answer to this PING, behind AUTH, SELECT and the flag check.
-  commands_.command({"PING"}, [this](redisReply const&) { handshakeDone(); });
+  // The handshake ends with the answer to this question, behind AUTH, SELECT and the flag check.
+  handshakePing();
   for (auto const& table : tables_) {
     if (subscriber_.subscribe("PSUBSCRIBE", keyspacePrefix_ + table + "|*")) ++confirmationsOwed_;
   }
@@ -105,6 +111,32 @@ void Link::checkNotifyFlags() {
   });
 }
 
+void Link::handshakePing() {
+  if (state_ != State::connecting) return;
+  // Not a PING, which a loading server answers: a one-step scan of a followed table is refused
+  // until the server serves its data, and the link's reads are scans and reads like it.
+  std::string const pattern = (tables_.empty() ? std::string("*") : tables_.front() + "|*");
+  commands_.command({"SCAN", "0", "MATCH", pattern, "COUNT", "1"},
+                    [this](redisReply const& reply) { handshakeAnswered(reply); });
+}
+
+void Link::handshakeAnswered(redisReply const& reply) {
+  if (!isNotServingYet(reply)) return handshakeDone();
+  // Answering, so not hung: the time-out starts again with each question.
+  notServing(replyText(reply));
+  timeoutTimer_.armIn(settings_.timeout);
+  servingTimer_.armIn(kServingPoll);
+}
+
+void Link::notServing(std::string const& reason) {
+  if (notServingLogged_) return;
+  notServingLogged_ = true;
+  if (!lossLogged_) downSince_ = loop_.currentTime();
+  lossLogged_ = true;  // one condition: no second line for the loss it causes
+  log_("statedb: " + endpoint_.describe() + " does not serve yet (" + reason +
+       "); going on with what is known and waiting for it");
+}
+
 void Link::handshakeDone() {
   handshakeDone_ = true;
   maybeUp();
@@ -118,7 +150,7 @@ void Link::maybeUp() {
   if (state_ != State::connecting || !handshakeDone_ || confirmationsOwed_ != 0) return;
   state_ = State::up;
   timeoutTimer_.disarm();
-  backoff_ = settings_.backoffMin;
+  if (!refused_) backoff_ = settings_.backoffMin;
   if (!everUp_) {
     log_("statedb: connected to " + endpoint_.describe());
   } else if (lossLogged_) {
@@ -127,6 +159,8 @@ void Link::maybeUp() {
   }
   everUp_ = true;
   lossLogged_ = false;
+  notServingLogged_ = false;
+  writeErrorLogged_ = false;
   keepaliveTimer_.armIn(settings_.keepalive);
   if (listener_) listener_->onLinkUp();
   for (auto const& [token, done] : probes_) sendProbe(token);
@@ -140,7 +174,8 @@ void Link::fail(std::string const& reason) {
   subscriber_.close();
   timeoutTimer_.disarm();
   keepaliveTimer_.disarm();
-  if (!lossLogged_) {
+  servingTimer_.disarm();
+  if (!lossLogged_ && !refused_) {
     downSince_ = loop_.currentTime();
     log_(std::string("statedb: ") + (everUp_ ? "lost " : "cannot reach ") + endpoint_.describe() +
          ": " + reason + "; going on with what is known and retrying");
@@ -157,6 +192,50 @@ bool Link::command(std::initializer_list<std::string_view> args, Connection::Rep
 
 bool Link::command(std::initializer_list<std::string_view> args, Connection::Receiver& receiver) {
   return state_ == State::up && commands_.command(args, receiver);
+}
+
+bool Link::write(std::initializer_list<std::string_view> args) {
+  return state_ == State::up && commands_.command(args, writeCheck_);
+}
+
+void Link::WriteCheck::onReply(redisReply const& reply) {
+  if (!isError(reply)) return;
+  if (isNotServingYet(reply)) return link_.commandFailed(reply);
+  if (link_.writeErrorLogged_) return;
+  link_.writeErrorLogged_ = true;
+  link_.log_("statedb: a write to " + link_.endpoint_.describe() +
+             " was refused: " + replyText(reply));
+}
+
+void Link::commandFailed(redisReply const& reply) {
+  std::string reason = replyText(reply);
+  if (reason.empty()) reason = "an answer of the wrong kind";
+  bool const later = isNotServingYet(reply);
+  // From the loop, not from inside the reply being handled: the listener starts over, and the
+  // replies behind this one are dropped with the connection.
+  loop_.taskIs([this, alive = std::weak_ptr<bool>(alive_), reason, later] {
+    auto const live = alive.lock();
+    if (!live || !*live || state_ != State::up) return;
+    if (later) {
+      notServing(reason);
+    } else {
+      // Refused, as an ACL without the right to scan would: retried with a growing back-off
+      // and said once, until a whole read goes through.
+      if (!refused_) {
+        log_("statedb: " + endpoint_.describe() + " refused a read of the tables (" + reason +
+             "); retrying");
+      }
+      refused_ = true;
+    }
+    fail(reason);
+  });
+}
+
+void Link::wholeReadDone() {
+  if (!refused_) return;
+  refused_ = false;
+  backoff_ = settings_.backoffMin;
+  log_("statedb: " + endpoint_.describe() + " serves the tables again");
 }
 
 void Link::probe(std::function<void()> done) {
@@ -197,8 +276,9 @@ void Link::onMessage(redisReply const& reply) {
 void Link::keepalive() {
   if (state_ != State::up) return;
   timeoutTimer_.armIn(settings_.timeout);
-  commands_.command({"PING"}, [this](redisReply const&) {
+  commands_.command({"PING"}, [this](redisReply const& reply) {
     timeoutTimer_.disarm();
+    if (isNotServingYet(reply)) return commandFailed(reply);
     keepaliveTimer_.armIn(settings_.keepalive);
   });
 }

@@ -2,7 +2,9 @@
 // that come and go together. The link is up once both are connected and every subscription is
 // confirmed, so that nothing published afterwards can be missed; only then does its listener
 // read anything. While the server is unreachable it retries with a capped back-off and logs the
-// loss and the recovery once each. A periodic PING with a time-out notices a hung server.
+// loss and the recovery once each. A periodic PING with a time-out notices a hung server. A
+// server that answers but cannot serve yet (loading its data after a restart) is one condition:
+// said once, waited out with a question now and then, and the link comes up once it serves.
 #pragma once
 
 #include <cstdint>
@@ -57,6 +59,15 @@ class Link {
   // Queues a command on the command connection; false while the link is down.
   bool command(std::initializer_list<std::string_view> args, Connection::Reply reply);
   bool command(std::initializer_list<std::string_view> args, Connection::Receiver& receiver);
+  // Queues a write whose answer only matters when it is an error: a server that cannot serve
+  // yet takes the link down (see commandFailed), any other refusal is logged once a connection.
+  bool write(std::initializer_list<std::string_view> args);
+  // A command of a table's whole read, or a read the server would answer in other times, was
+  // answered with `reply`, an error: the link is taken down and comes up again once the server
+  // serves, so that its listener starts over rather than take a failed read for an empty table.
+  void commandFailed(redisReply const& reply);
+  // The listener's whole read of its tables went through: a refusal before it is over.
+  void wholeReadDone();
   // Calls `done` once every keyspace notification that the server sent before now has been
   // handed to the listener: a message published to this link's own channel comes back on the
   // subscriber connection behind them. Survives an outage (sent again once up).
@@ -65,11 +76,22 @@ class Link {
 
  private:
   enum class State { idle, connecting, up, down };
+  class WriteCheck final : public Connection::Receiver {
+   public:
+    explicit WriteCheck(Link& link) : link_(link) {}
+    void onReply(redisReply const& reply) override;
+
+   private:
+    Link& link_;
+  };
 
   void connect();
   void fail(std::string const& reason);
   void retry();
+  void handshakePing();
+  void handshakeAnswered(redisReply const& reply);
   void handshakeDone();
+  void notServing(std::string const& reason);
   void subscriptionConfirmed();
   void maybeUp();
   void checkNotifyFlags();
@@ -88,11 +110,18 @@ class Link {
   LoopTimer retryTimer_;
   LoopTimer keepaliveTimer_;
   LoopTimer timeoutTimer_;
+  LoopTimer servingTimer_;  // the next question to a server that does not serve yet
+  WriteCheck writeCheck_{*this};
   State state_ = State::idle;
   bool handshakeDone_ = false;
   std::size_t confirmationsOwed_ = 0;
   bool everUp_ = false;
   bool lossLogged_ = false;
+  bool notServingLogged_ = false;
+  bool refused_ = false;  // the last time up ended in a refused read
+  bool writeErrorLogged_ = false;
+  // Tells a deferred take-down whether this link still exists.
+  std::shared_ptr<bool> alive_ = std::make_shared<bool>(true);
   double backoff_ = 0.0;
   double downSince_ = 0.0;
   std::string keyspacePrefix_;

@@ -2,71 +2,18 @@
 
 #include <hiredis/hiredis.h>
 
-#include <algorithm>
+#include "platform/inputs/InputApplier.h"
 
 namespace Statedb::Redis {
 
 namespace {
 
-using Hardware::Gpio::GpioLedConfig;
-using Hardware::Gpio::PinNameSet;
+using Inputs::InputChange;
 
-bool sameLight(Led::LightSetting const& a, Led::LightSetting const& b) {
-  return a.yellow == b.yellow && a.green == b.green && a.red == b.red && a.orange == b.orange &&
-         (a.flashInterval == b.flashInterval ||
-          (a.flashInterval != a.flashInterval && b.flashInterval != b.flashInterval));
-}
-
-PinNameSet const& pinSet(GpioLedConfig const& mapping, std::size_t colour) {
-  switch (colour) {
-    case 0:
-      return mapping.gpioYellowName();
-    case 1:
-      return mapping.gpioGreenName();
-    case 2:
-      return mapping.gpioRedName();
-    default:
-      return mapping.gpioOrangeName();
-  }
-}
-
-// The distinct names of `pins` (duplicates in a list collapse in the set), without a set for
-// the few pins a colour usually has.
-std::size_t distinctCount(std::vector<std::string_view> const& pins) {
-  if (pins.size() > 8) return std::unordered_set<std::string_view>(pins.begin(), pins.end()).size();
-  std::size_t count = 0;
-  for (auto pin = pins.begin(); pin != pins.end(); ++pin) {
-    if (std::find(pins.begin(), pin, *pin) == pin) ++count;
-  }
-  return count;
-}
-
-bool sameMapping(GpioLedConfig const& held, Mapping const& wanted) {
-  if (held.ready() != wanted.ready) return false;
-  for (std::size_t colour = 0; colour < 4; ++colour) {
-    PinNameSet const& set = pinSet(held, colour);
-    auto const& pins = wanted.pins[colour];
-    if (set.size() != distinctCount(pins)) return false;
-    for (auto pin : pins) {
-      if (!set.find(Zel::Name(pin.data(), pin.size()))) return false;
-    }
-  }
-  return true;
-}
-
-// Built whole before it is published, so the agent never sees a half-written mapping.
-Zel::Ptr<GpioLedConfig> built(Zel::Name const& name, Mapping const& mapping) {
-  Zel::Ptr<GpioLedConfig> config = GpioLedConfig::gpioLedConfigIs(name);
-  using Add = void (GpioLedConfig::*)(Zel::Name const&, bool);
-  constexpr Add kAdd[4] = {&GpioLedConfig::gpioYellowNameIs, &GpioLedConfig::gpioGreenNameIs,
-                           &GpioLedConfig::gpioRedNameIs, &GpioLedConfig::gpioOrangeNameIs};
-  for (std::size_t colour = 0; colour < 4; ++colour) {
-    for (auto const pin : mapping.pins[colour]) {
-      ((*config).*kAdd[colour])(Zel::Name(pin.data(), pin.size()), true);
-    }
-  }
-  config->readyIs(mapping.ready);
-  return config;
+// A DEL seen before the read means the writer replaced the entity whole (DEL and HSET in one
+// transaction); any other change to a hash is a change in place.
+InputChange changeOf(bool replaced) {
+  return replaced ? InputChange::replace : InputChange::set;
 }
 
 }  // namespace
@@ -129,27 +76,33 @@ void Mirror::flush() {
 void Mirror::read(std::string const& key) {
   auto decoded = keyNameOf(key);
   if (!decoded.value) {
-    log_(refusalLine(key, decoded.refusal));
+    refuse(key, decoded.refusal);
     return;
   }
   if (!link_.command({"HGETALL", key}, *this)) return;
   reading_[key] = false;
   asked_.push_back(key);
   ++reads_;
+  ++sent_;
 }
 
 void Mirror::onReply(redisReply const& reply) {
   if (asked_.empty()) return;
   std::string const key = std::move(asked_.front());
   asked_.pop_front();
+  ++answered_;
   onHash(key, reply);
+  resyncCheck();
 }
 
 void Mirror::onHash(std::string const& key, redisReply const& reply) {
   auto reading = reading_.find(key);
   bool const again = reading != reading_.end() && reading->second;
   if (reading != reading_.end()) reading_.erase(reading);
-  if (again) {
+  if (isNotServingYet(reply)) {
+    // Not an answer about the key: the link starts over and the whole read covers it.
+    link_.commandFailed(reply);
+  } else if (again) {
     keyTouched(key);
   } else if (isError(reply)) {
     log_("statedb: cannot read " + key + ": " + replyText(reply));
@@ -165,33 +118,35 @@ void Mirror::onHash(std::string const& key, redisReply const& reply) {
 }
 
 void Mirror::applyLed(std::string const& key, Zel::Name const& name, HashView hash, bool replaced) {
-  Zel::Ptr<Hardware::Led::LedConfig> held = leds_.leds(name);
   if (hash.empty()) {
-    if (held) leds_.ledsDel(name);
+    Inputs::ledApplied(leds_, name, InputChange::remove);
     return;
   }
-  auto decoded = lightSettingOf(hash, held ? held->lightSetting() : Led::LightSetting{});
-  if (!decoded.value) return log_(refusalLine(key, decoded.refusal));
-  if (held && !replaced) {
-    if (!sameLight(held->lightSetting(), *decoded.value)) held->lightSettingIs(*decoded.value);
-    return;
-  }
-  Zel::Ptr<Hardware::Led::LedConfig> config = Hardware::Led::LedConfig::ledConfigIs(name);
-  config->lightSettingIs(*decoded.value);
-  leds_.ledsIs(config);
+  auto decoded = lightSettingOf(hash);
+  if (!decoded.value) return refuse(key, decoded.refusal);
+  Inputs::ledApplied(leds_, name, changeOf(replaced), *decoded.value);
 }
 
 void Mirror::applyMapping(std::string const& key, Zel::Name const& name, HashView hash,
                           bool replaced) {
-  Zel::Ptr<GpioLedConfig> held = mappings_.gpioLeds(name);
   if (hash.empty()) {
-    if (held) mappings_.gpioLedsDel(name);
+    Inputs::mappingApplied(mappings_, name, InputChange::remove);
     return;
   }
   auto decoded = mappingOf(hash);
-  if (!decoded.value) return log_(refusalLine(key, decoded.refusal));
-  if (held && !replaced && sameMapping(*held, *decoded.value)) return;
-  mappings_.gpioLedsIs(built(name, *decoded.value));
+  if (!decoded.value) return refuse(key, decoded.refusal);
+  // A hash holds the whole entity: a colour it does not list has no pins, a missing `ready` is 0.
+  Inputs::MappingFields fields;
+  for (std::size_t colour = 0; colour < fields.pins.size(); ++colour) {
+    fields.pins[colour] = std::move(decoded.value->pins[colour]);
+  }
+  fields.ready = decoded.value->ready;
+  Inputs::mappingApplied(mappings_, name, changeOf(replaced), fields);
+}
+
+void Mirror::refuse(std::string const& key, Refusal const& refusal) {
+  ++counters_.refusedRows;
+  log_(refusalLine(key, refusal));
 }
 
 void Mirror::resync() {
@@ -200,6 +155,10 @@ void Mirror::resync() {
   reading_.clear();
   asked_.clear();
   seen_.clear();
+  sent_ = answered_ = 0;
+  resyncReads_.reset();
+  resyncing_ = true;
+  resyncStart_ = loop_.currentTime();
   scansOwed_ = 2;
   scan(kLedTable, "0");
   scan(kMappingTable, "0");
@@ -214,6 +173,7 @@ void Mirror::linkDown() {
   reading_.clear();
   asked_.clear();
   scansOwed_ = 0;
+  resyncing_ = false;
 }
 
 void Mirror::scan(std::string const& table, std::string const& cursor) {
@@ -221,9 +181,9 @@ void Mirror::scan(std::string const& table, std::string const& cursor) {
   link_.command({"SCAN", cursor, "MATCH", table + "|*", "COUNT", kScanCount},
                 [this, table, generation](redisReply const& reply) {
                   if (generation != generation_) return;
+                  // Never taken for an empty table: its entities would all be removed.
                   if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-                    log_("statedb: cannot scan " + table + ": " + replyText(reply));
-                    return scanDone();
+                    return link_.commandFailed(reply);
                   }
                   redisReply const& keys = *reply.element[1];
                   for (std::size_t i = 0; i < keys.elements; ++i) {
@@ -241,8 +201,18 @@ void Mirror::scanDone() {
   if (scansOwed_ == 0 || --scansOwed_ != 0) return;
   removeUnseen();
   seen_.clear();
-  flushSoon();
-  quietCheck();
+  flush();
+  resyncReads_ = sent_;
+  resyncCheck();
+}
+
+void Mirror::resyncCheck() {
+  if (!resyncing_ || !resyncReads_ || answered_ < *resyncReads_) return;
+  resyncing_ = false;
+  ++counters_.resyncs;
+  counters_.lastResyncSeconds = loop_.currentTime() - resyncStart_;
+  counters_.resyncSeconds += counters_.lastResyncSeconds;
+  if (resyncedHandler_) resyncedHandler_();
 }
 
 void Mirror::removeUnseen() {

@@ -2,12 +2,15 @@
 // its key dirty; once per loop turn each dirty key is read once (HGETALL, empty = removed) and
 // the difference applied, so a burst of changes to one key costs one read and the agent sees
 // the final state. On every (re)connect the whole tables are read again (SCAN + HGETALL) and only
-// what differs from what the agent holds is applied: nothing unchanged is touched.
+// what differs from what the agent holds is applied: nothing unchanged is touched. A scan or
+// read that the server does not answer with data takes the link down and the whole read starts
+// again once it serves: a failed read never counts as an empty table.
 #pragma once
 
 #include <cstdint>
 #include <deque>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -36,7 +39,21 @@ class Mirror final : private Connection::Receiver {
   // Calls `done` once nothing is dirty, being read or being scanned.
   void whenQuiet(std::function<void()> done);
   bool isQuiet() const noexcept { return dirty_.empty() && reading_.empty() && scansOwed_ == 0; }
+  // Told each time a whole read of the tables has been applied: every key the scan found has
+  // been read once and applied (keys touched meanwhile may be read again), and what is gone
+  // has been removed. Under a steady stream of writes this comes, where quiet may not.
+  void resyncedHandlerIs(std::function<void()> handler) { resyncedHandler_ = std::move(handler); }
   std::uint64_t readCount() const noexcept { return reads_; }
+
+  // What a monitoring system asks of the mirror: whole reads of the tables (at connect and at
+  // every reconnect) and how long they took until applied, and rows refused for bad data.
+  struct Counters {
+    std::uint64_t resyncs = 0;
+    double resyncSeconds = 0;      // all resyncs together
+    double lastResyncSeconds = 0;  // the latest one
+    std::uint64_t refusedRows = 0;
+  };
+  Counters const& counters() const noexcept { return counters_; }
 
  private:
   void flushSoon();
@@ -49,6 +66,8 @@ class Mirror final : private Connection::Receiver {
   void scan(std::string const& table, std::string const& cursor);
   void scanDone();
   void removeUnseen();
+  void resyncCheck();
+  void refuse(std::string const& key, Refusal const& refusal);
   void quietCheck();
 
   Zel::ActivityManager& loop_;
@@ -64,10 +83,19 @@ class Mirror final : private Connection::Receiver {
   std::size_t scansOwed_ = 0;
   std::unordered_set<std::string> seen_;
   // Keys deleted since their last read: one that exists again at the read was replaced whole
-  // (DEL and HSET in one transaction) and is published as a new entity, as its writer meant.
+  // (DEL and HSET in one transaction) and is published as a new entity, as its writer meant;
+  // any other changed hash is applied to the published entity in place.
   std::unordered_set<std::string> deleted_;
   std::uint64_t generation_ = 0;
   std::uint64_t reads_ = 0;
+  // Reads sent and answered on this connection, and how many of them the whole read needs.
+  std::uint64_t sent_ = 0;
+  std::uint64_t answered_ = 0;
+  std::optional<std::uint64_t> resyncReads_;
+  bool resyncing_ = false;
+  double resyncStart_ = 0;
+  Counters counters_;
+  std::function<void()> resyncedHandler_;
   std::vector<std::function<void()>> quietWaiters_;
   std::vector<FieldView> fields_;  // of the hash being applied; kept to reuse its capacity
 };

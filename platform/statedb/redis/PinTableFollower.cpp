@@ -92,6 +92,8 @@ void PinTableFollower::read(std::string const& key) {
 
 void PinTableFollower::apply(std::string const& key, std::string const& name,
                              redisReply const& reply) {
+  // A server that does not serve yet is one condition of the link, not one line per pin.
+  if (isNotServingYet(reply)) return link_.commandFailed(reply);
   if (isError(reply)) return log_("statedb: cannot read " + key + ": " + replyText(reply));
   Zel::Name const entry(name);
   Hash const hash = hashOfReply(reply);
@@ -111,28 +113,28 @@ void PinTableFollower::apply(std::string const& key, std::string const& name,
 
 void PinTableFollower::scan(std::string const& cursor) {
   std::uint64_t const generation = generation_;
-  link_.command(
-      {"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
-      [this, generation](redisReply const& reply) {
-        if (generation != generation_) return;
-        if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-          log_(std::string("statedb: cannot scan ") + kPinTable + ": " + replyText(reply));
-          return scanDone();
-        }
-        redisReply const& keys = *reply.element[1];
-        for (std::size_t i = 0; i < keys.elements; ++i) {
-          std::string key = replyText(*keys.element[i]);
-          mark(key);
-          seen_.insert(std::move(key));
-        }
-        std::string const next = replyText(*reply.element[0]);
-        if (next == "0") return scanDone();
-        scan(next);
-      });
+  link_.command({"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
+                [this, generation](redisReply const& reply) {
+                  if (generation != generation_) return;
+                  // Never taken for an empty table, which would darken every pin.
+                  if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
+                    return link_.commandFailed(reply);
+                  }
+                  redisReply const& keys = *reply.element[1];
+                  for (std::size_t i = 0; i < keys.elements; ++i) {
+                    std::string key = replyText(*keys.element[i]);
+                    mark(key);
+                    seen_.insert(std::move(key));
+                  }
+                  std::string const next = replyText(*reply.element[0]);
+                  if (next == "0") return scanDone();
+                  scan(next);
+                });
 }
 
 void PinTableFollower::scanDone() {
   scanning_ = false;
+  link_.wholeReadDone();
   // Gone while the link was down: no key, and nothing touched it since the read began.
   std::vector<Zel::Name> gone;
   for (auto const& member : pins_->entries()) {

@@ -2,7 +2,8 @@
 // written by an agent elsewhere. As the agent's input tables are followed: a keyspace
 // notification only marks its pin dirty, once per loop turn each dirty pin is read once, and on
 // every (re)connect the whole table is read again and only what differs is applied, so a pin
-// whose value did not change is never touched.
+// whose value did not change is never touched. A scan or read the server cannot answer yet
+// (loading its data) takes the link down until it serves, then the whole table is read again.
 #pragma once
 
 #include <cstdint>

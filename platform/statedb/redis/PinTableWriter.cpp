@@ -51,12 +51,11 @@ void PinTableWriter::flush() {
         continue;
       }
       held->second = value;
-      link_.command({"HSET", keyOf(kPinTable, name), kPinValueField, std::to_string(value)},
-                    nullptr);
+      link_.write({"HSET", keyOf(kPinTable, name), kPinValueField, std::to_string(value)});
       ++writes_;
     } else if (held != written_.end()) {
       written_.erase(held);
-      link_.command({"DEL", keyOf(kPinTable, name)}, nullptr);
+      link_.write({"DEL", keyOf(kPinTable, name)});
       ++writes_;
     }
   }
@@ -66,6 +65,7 @@ void PinTableWriter::rewrite() {
   ++generation_;
   syncing_ = true;
   scanning_ = true;
+  inputsRead_ = false;
   asked_.clear();
   written_.clear();
   scan("0");
@@ -76,31 +76,47 @@ void PinTableWriter::linkDown() {
   asked_.clear();
   syncing_ = false;
   scanning_ = false;
+  rewritten();
+}
+
+void PinTableWriter::inputsRead() {
+  inputsRead_ = true;
+  syncStep();
+}
+
+void PinTableWriter::whenRewritten(std::function<void()> done) {
+  rewriteWaiters_.push_back(std::move(done));
+  if (!syncing_) rewritten();
+}
+
+void PinTableWriter::rewritten() {
+  std::vector<std::function<void()>> waiters;
+  waiters.swap(rewriteWaiters_);
+  for (auto& done : waiters) loop_.taskIs(std::move(done));
 }
 
 void PinTableWriter::scan(std::string const& cursor) {
   std::uint64_t const generation = generation_;
-  link_.command(
-      {"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
-      [this, generation](redisReply const& reply) {
-        if (generation != generation_) return;
-        if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
-          log_("statedb: cannot scan " + std::string(kPinTable) + ": " + replyText(reply));
-          scanning_ = false;
-          return syncStep();
-        }
-        // The next step goes first: the server then answers the reads of this page while the
-        // agent takes in the previous ones, rather than one after the other.
-        std::string const next = replyText(*reply.element[0]);
-        if (next == "0") {
-          scanning_ = false;
-        } else {
-          scan(next);
-        }
-        redisReply const& keys = *reply.element[1];
-        for (std::size_t i = 0; i < keys.elements; ++i) readValue(replyText(*keys.element[i]));
-        syncStep();
-      });
+  link_.command({"SCAN", cursor, "MATCH", std::string(kPinTable) + "|*", "COUNT", kScanCount},
+                [this, generation](redisReply const& reply) {
+                  if (generation != generation_) return;
+                  // A table that could not be read is not known to be empty: the link starts over.
+                  if (reply.type != REDIS_REPLY_ARRAY || reply.elements != 2) {
+                    return link_.commandFailed(reply);
+                  }
+                  // The next step goes first: the server then answers the reads of this page while
+                  // the agent takes in the previous ones, rather than one after the other.
+                  std::string const next = replyText(*reply.element[0]);
+                  if (next == "0") {
+                    scanning_ = false;
+                  } else {
+                    scan(next);
+                  }
+                  redisReply const& keys = *reply.element[1];
+                  for (std::size_t i = 0; i < keys.elements; ++i)
+                    readValue(replyText(*keys.element[i]));
+                  syncStep();
+                });
 }
 
 void PinTableWriter::readValue(std::string const& key) {
@@ -108,7 +124,7 @@ void PinTableWriter::readValue(std::string const& key) {
   std::string const name = parts.value ? std::string(parts.value->name) : std::string();
   if (name.empty()) {
     // Not a key the agent could have written; it is not the agent's to keep.
-    link_.command({"DEL", key}, nullptr);
+    link_.write({"DEL", key});
     ++writes_;
     return;
   }
@@ -119,6 +135,7 @@ void PinTableWriter::onReply(redisReply const& reply) {
   if (asked_.empty()) return;
   std::string name = std::move(asked_.front());
   asked_.pop_front();
+  if (isNotServingYet(reply)) return link_.commandFailed(reply);
   std::string_view const text =
       reply.type == REDIS_REPLY_STRING ? std::string_view(reply.str, reply.len) : "";
   std::uint32_t value = kUnknown;
@@ -128,7 +145,9 @@ void PinTableWriter::onReply(redisReply const& reply) {
 }
 
 void PinTableWriter::syncStep() {
-  if (scanning_ || !asked_.empty() || !syncing_) return;
+  // Before the agent has applied its inputs, a pin it does not have yet may be one it is about
+  // to light again: deleting it would show it dark in between.
+  if (scanning_ || !asked_.empty() || !syncing_ || !inputsRead_) return;
   syncing_ = false;
   // Only what differs is marked: a reconnect with nothing changed queues no work per pin.
   for (auto member : pins_->entries()) {
@@ -141,6 +160,7 @@ void PinTableWriter::syncStep() {
     if (!pins_->entityRef(Zel::Name(name))) mark(name);
   }
   flush();
+  rewritten();
 }
 
 }  // namespace Statedb::Redis

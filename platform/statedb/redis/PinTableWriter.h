@@ -1,12 +1,15 @@
 // Mirrors the agent's output pins into the pin table, the one table the agent writes. A pin
 // whose entity appears, changes value or goes is marked; once per loop turn the marked pins are
 // written in one pipelined batch: HSET for a value that differs from what the table holds, DEL
-// for a pin that is gone. On every (re)connect the table is read back and brought to the agent's
-// truth the same way, so a reconnect with nothing changed writes nothing.
+// for a pin that is gone. On every (re)connect the table is read back and, once the agent has
+// applied the whole read of its inputs, brought to the agent's truth the same way: a started
+// agent that has not built its LEDs yet neither deletes nor rewrites the pins an earlier run
+// left lit, and a reconnect with nothing changed writes nothing.
 #pragma once
 
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <string>
 #include <unordered_map>
 #include <unordered_set>
@@ -27,8 +30,12 @@ class PinTableWriter final : private Connection::Receiver,
   PinTableWriter(PinTableWriter const&) = delete;
   PinTableWriter& operator=(PinTableWriter const&) = delete;
 
-  // Reads the table back and rewrites what differs; the link is up.
+  // Reads the table back; the link is up. What differs is written once inputsRead() says the
+  // agent's pins stand as its inputs imply.
   void rewrite();
+  void inputsRead();
+  // Calls `done` once no rewrite is pending (at once when none is, or the link goes down).
+  void whenRewritten(std::function<void()> done);
   void linkDown();
   // Writes what is marked now rather than at the end of the turn.
   void flush();
@@ -49,6 +56,7 @@ class PinTableWriter final : private Connection::Receiver,
   void readValue(std::string const& key);
   void onReply(redisReply const& reply) override;
   void syncStep();
+  void rewritten();
 
   Zel::ActivityManager& loop_;
   Link& link_;
@@ -59,6 +67,8 @@ class PinTableWriter final : private Connection::Receiver,
   bool flushQueued_ = false;
   bool syncing_ = false;
   bool scanning_ = false;
+  bool inputsRead_ = false;
+  std::vector<std::function<void()>> rewriteWaiters_;
   std::deque<std::string> asked_;  // pins whose value is being read back, in the order asked
   std::uint64_t generation_ = 0;
   std::uint64_t writes_ = 0;

@@ -16,16 +16,35 @@ Name const& Request::requireKey() const {
   return *key;
 }
 
-AttributeTable::AttributeTable(TypeNode const& type, std::vector<AttributeInfo> entries,
-                               Dispatch dispatch)
+namespace {
+
+// What the addressed entry calls the argument at `position`; empty when it names none.
+Name argumentName(AttributeInfo const* attribute, std::size_t position) {
+  if (!attribute) return Name();
+  if (position < attribute->parameters.size()) return attribute->parameters[position].name;
+  return position == 0 ? attribute->name : Name();
+}
+
+}  // namespace
+
+Value const* Request::findArg(std::size_t position) const {
+  return args().find(position, argumentName(attribute, position));
+}
+
+Value const& Request::arg(std::size_t position) const {
+  return args().at(position, argumentName(attribute, position));
+}
+
+AttributeTable::AttributeTable(TypeNode const& type, Invoke invoke)
     : type_(type),
       base_(attributeTableOf(type.base())),
       firstIndex_(base_ ? base_->endIndex() : 0),
-      entries_(std::move(entries)),
-      dispatch_(dispatch) {
-  for (std::size_t position = 0; position < entries_.size(); ++position) {
-    entries_[position].index = firstIndex_ + position;
-  }
+      invoke_(invoke) {}
+
+void AttributeTable::add(AttributeInfo info, AnyPerform perform) {
+  info.index = endIndex();
+  entries_.push_back(std::move(info));
+  performs_.push_back(perform);
 }
 
 AttributeInfo const* AttributeTable::find(Name const& name) const noexcept {
@@ -38,7 +57,10 @@ AttributeInfo const* AttributeTable::find(Name const& name) const noexcept {
 
 Reply AttributeTable::dispatch(PtrInterface& object, Request const& request) const {
   if (request.index < firstIndex_ || request.index >= endIndex()) return Reply::notHandled();
-  return dispatch_(object, request.index - firstIndex_, request);
+  std::size_t const position = request.index - firstIndex_;
+  Request addressed = request;
+  addressed.attribute = &entries_[position];
+  return invoke_(object, performs_[position], addressed);
 }
 
 AttributeTable const* attributeTableOf(TypeNode const* type) noexcept {

@@ -1,6 +1,7 @@
 // Zel::GenericIf::AttributeTable: the attributes that one class publishes to the generic
-// interface, and the class's dispatch function, which performs a request on one of them by
-// forwarding to the class's ordinary operations.
+// interface, one row each: what a tool is told about the attribute, and what a request on it
+// does by forwarding to the class's ordinary operations. Writing both in one row keeps a name
+// from drifting away from the accessor it stands for.
 //
 // A class's entries are indexed after its base class's: the first own index is the base table's
 // end. A request carries an index; a table answers "not handled" for an index outside its own
@@ -8,12 +9,10 @@
 //
 // Writing a table (one file per class):
 //
-//   Reply dispatchMachine(PtrInterface& object, std::size_t position, Request const& request) {
-//     auto& machine = objectAs<Machine>(object);
-//     switch (position) { case 0: return Reply::of(machine.flashingState()); ... }
-//     return Reply::notHandled();
-//   }
-//   AttributeTable const table(Machine::type(), {valueAttribute(...), ...}, &dispatchMachine);
+//   AttributeTable const table(Machine::type(), Rows<Machine>{
+//       {valueAttribute("flashingState", "bool", {Operation::get}),
+//        [](Machine& machine, Request const&) { return Reply::of(machine.flashingState()); }},
+//       ...});
 //   TableRegistration const registration(table);
 //
 // The base class's table must be registered before the class's table is built: true for a base
@@ -63,8 +62,16 @@ struct Request {
   Name const* key = nullptr;
   // set: the new value or the construction values; invoke: the arguments.
   Arguments const* arguments = nullptr;
+  // The addressed entry; the table fills it in before a row sees the request.
+  AttributeInfo const* attribute = nullptr;
 
   Arguments const& args() const noexcept;
+  // The argument at `position`, or the one named as the entry names it: a procedure's arguments
+  // and a setter's construction values after the entry's parameters, a setter's single value
+  // after the attribute itself. arg refuses a missing one with Zel::RangeException; findArg
+  // answers null.
+  Value const& arg(std::size_t position) const;
+  Value const* findArg(std::size_t position) const;
   // The key; a request without one is refused with Zel::RangeException.
   Name const& requireKey() const;
 };
@@ -80,12 +87,33 @@ struct Reply {
   static Reply of(Members members) { return Reply{true, {}, std::move(members)}; }
 };
 
+// The object as the class whose rows run; Zel::OperationNotSupportedException if it is not one.
+[[noreturn]] void refuseObjectClass(PtrInterface const& object, std::type_info const& expected);
+template <class T>
+T& objectAs(PtrInterface& object) {
+  T* typed = dynamic_cast<T*>(&object);
+  if (!typed) refuseObjectClass(object, typeid(T));
+  return *typed;
+}
+
+// One row of the table of class T.
+template <class T>
+struct Row {
+  AttributeInfo info;
+  // Performs a request on the attribute; a captureless lambda converts to it.
+  Reply (*perform)(T& object, Request const& request);
+};
+
+// A table's rows, named with their class, as the class cannot be deduced from braced rows.
+template <class T>
+using Rows = std::vector<Row<T>>;
+
 class AttributeTable {
  public:
-  // Performs `request` on the attribute at `position` among the class's own entries.
-  using Dispatch = Reply (*)(PtrInterface& object, std::size_t position, Request const& request);
-
-  AttributeTable(TypeNode const& type, std::vector<AttributeInfo> entries, Dispatch dispatch);
+  template <class T>
+  AttributeTable(TypeNode const& type, Rows<T> const& rows) : AttributeTable(type, &performAs<T>) {
+    for (Row<T> const& row : rows) add(row.info, reinterpret_cast<AnyPerform>(row.perform));
+  }
   AttributeTable(AttributeTable const&) = delete;
   AttributeTable& operator=(AttributeTable const&) = delete;
 
@@ -102,11 +130,26 @@ class AttributeTable {
   Reply dispatch(PtrInterface& object, Request const& request) const;
 
  private:
+  // A row's perform function with its class erased; performAs<T> restores it. The rows of one
+  // table all take the same class.
+  using AnyPerform = void (*)();
+  using Invoke = Reply (*)(PtrInterface& object, AnyPerform perform, Request const& request);
+
+  template <class T>
+  static Reply performAs(PtrInterface& object, AnyPerform perform, Request const& request) {
+    auto const typed = reinterpret_cast<Reply (*)(T&, Request const&)>(perform);
+    return typed(objectAs<T>(object), request);
+  }
+
+  AttributeTable(TypeNode const& type, Invoke invoke);
+  void add(AttributeInfo info, AnyPerform perform);
+
   TypeNode const& type_;
   AttributeTable const* base_;
   std::size_t firstIndex_;
   std::vector<AttributeInfo> entries_;
-  Dispatch dispatch_;
+  std::vector<AnyPerform> performs_;  // by position, beside entries_
+  Invoke invoke_;
 };
 
 // The table of the type, or of its nearest base type that has one; null when none has.
@@ -124,15 +167,5 @@ class TableRegistration {
  private:
   AttributeTable const& table_;
 };
-
-// The object as the class whose dispatch function runs; Zel::OperationNotSupportedException if
-// it is not one.
-[[noreturn]] void refuseObjectClass(PtrInterface const& object, std::type_info const& expected);
-template <class T>
-T& objectAs(PtrInterface& object) {
-  T* typed = dynamic_cast<T*>(&object);
-  if (!typed) refuseObjectClass(object, typeid(T));
-  return *typed;
-}
 
 }  // namespace Zel::GenericIf

@@ -6,28 +6,19 @@
 namespace Zel::GenericIf {
 namespace {
 
-enum Position : std::size_t { name, entries };
-
-Reply dispatchDir(PtrInterface& object, std::size_t position, Request const& request) {
-  Dir& dir = objectAs<Dir>(object);
-  switch (position) {
-    case name:
-      return Reply::of(dir.name());
-    case entries:
-      if (request.operation == Operation::iterate) return Reply::of(membersOf(dir.entries()));
-      return Reply::of(memberOf(dir.entries(), request.requireKey()));
-  }
-  return Reply::notHandled();
-}
-
 AttributeTable const table(Dir::type(),
-                           {
-                               valueAttribute("name", "Zel::Name", {Operation::get}),
-                               collectionAttribute("entries", "Zel::Entity",
-                                                   {Operation::get, Operation::iterate}, {},
-                                                   Dir::Attr::entry),
-                           },
-                           &dispatchDir);
+                           Rows<Dir>{
+                               {valueAttribute("name", "Zel::Name", {Operation::get}),
+                                [](Dir& dir, Request const&) { return Reply::of(dir.name()); }},
+                               {collectionAttribute("entries", "Zel::Entity",
+                                                    {Operation::get, Operation::iterate}, {},
+                                                    Dir::Attr::entry),
+                                [](Dir& dir, Request const& request) {
+                                  if (request.operation == Operation::iterate)
+                                    return Reply::of(membersOf(dir.entries()));
+                                  return Reply::of(memberOf(dir.entries(), request.requireKey()));
+                                }},
+                           });
 TableRegistration const registration(table);
 
 }  // namespace

@@ -1,0 +1,130 @@
+#include "host/http/PanelEvents.h"
+
+#include <cstdio>
+
+#include "host/drive/PinDriver.h"
+#include "host/http/PanelJson.h"
+
+namespace Http {
+
+PanelEvents::PanelEvents(PanelFeed const& feed, Watched watched, Publish publish, Settings settings)
+    : feed_(feed),
+      watched_(std::move(watched)),
+      publish_(std::move(publish)),
+      settings_(settings),
+      sendTimer_(feed.loop, [this] { flush(); }),
+      checkTimer_(feed.loop, [this] { slowCheck(); }) {
+  follower_.emplace(feed.pins, static_cast<Owner&>(*this));
+}
+
+PanelEvents::~PanelEvents() {
+  *self_ = nullptr;  // a turn-end task already queued finds nobody
+  follower_.reset();
+}
+
+void PanelEvents::viewerArrived() {
+  // Viewers already here may not have seen the latest state yet: the running checks go on and
+  // send it to everyone, the newcomer included.
+  if (checkTimer_.isSet()) return;
+  // The first viewer's picture shows the state as it is now: the checks compare against that.
+  lastLeds_ = ledsJson(feed_);
+  lastDb_ = feed_.databaseState ? feed_.databaseState() : "";
+  lastDriver_ = driverState();
+  if (!checkTimer_.isSet()) checkTimer_.wakeAt(feed_.loop.currentTime() + settings_.slowCheck);
+}
+
+void PanelEvents::onPinArrived(std::string const& name, Pin const& pin) {
+  changed(name, pin.value());
+}
+
+void PanelEvents::onPinValue(std::string const& name, Pin const& pin) {
+  changed(name, pin.value());
+}
+
+void PanelEvents::onPinLeft(std::string const& name) {
+  changed(name, std::nullopt);
+}
+
+void PanelEvents::changed(std::string const& pin, std::optional<std::uint32_t> value) {
+  if (!watched_()) return;
+  pending_[pin] = value;
+  schedule();
+}
+
+void PanelEvents::schedule() {
+  if (turnQueued_ || sendTimer_.isSet()) return;
+  turnQueued_ = true;
+  // The end of the turn: every pin a flash tick changes is in by then, and goes as one event.
+  feed_.loop.turnEndTaskIs([self = self_] {
+    if (*self) (*self)->turnEnded();
+  });
+}
+
+void PanelEvents::turnEnded() {
+  turnQueued_ = false;
+  double const next = lastEvent_ + settings_.minInterval;
+  if (feed_.loop.currentTime() >= next) {
+    flush();
+  } else {
+    sendTimer_.wakeAt(next);
+  }
+}
+
+void PanelEvents::flush() {
+  sendTimer_.cancel();
+  if (pending_.empty() && !ledsPending_ && !dbPending_ && !driverPending_) return;
+  lastEvent_ = feed_.loop.currentTime();
+  char time[32];
+  std::snprintf(time, sizeof time, "%.3f", lastEvent_ - feed_.startTime);
+  std::string event = "data: {\"time\":";
+  event += time;
+  event += ",\"pins\":{";
+  bool first = true;
+  for (auto const& [pin, value] : pending_) {
+    if (!first) event += ",";
+    first = false;
+    event += jsonString(pin) + ":" + pinValueJson(value);
+  }
+  event += "}";
+  if (ledsPending_) event += ",\"leds\":" + lastLeds_;
+  if (dbPending_) event += ",\"db\":" + jsonString(lastDb_);
+  if (driverPending_) event += ",\"driver\":" + pinsJson(feed_, driver_);
+  event += "}\n\n";
+  pending_.clear();
+  ledsPending_ = dbPending_ = driverPending_ = false;
+  ++events_;
+  publish_(std::move(event));
+}
+
+// Whether any pin's fault changed shows in these counts without a walk over the pins.
+std::string PanelEvents::driverState() const {
+  if (!driver_) return {};
+  std::uint64_t errors = 0;
+  for (std::uint64_t count : driver_->counters().writeErrors) errors += count;
+  return std::to_string(driver_->failingCount()) + "/" +
+         std::to_string(driver_->unmapped().size()) + "/" + std::to_string(errors) + "/" +
+         std::to_string(driver_->lampTestRunning());
+}
+
+void PanelEvents::slowCheck() {
+  if (!watched_()) return;  // started again by the next viewer
+  std::string leds = ledsJson(feed_);
+  if (leds != lastLeds_) {
+    lastLeds_ = std::move(leds);
+    ledsPending_ = true;
+  }
+  std::string db = feed_.databaseState ? feed_.databaseState() : "";
+  if (db != lastDb_) {
+    lastDb_ = std::move(db);
+    dbPending_ = true;
+  }
+  std::string driver = driverState();
+  if (driver != lastDriver_) {
+    lastDriver_ = std::move(driver);
+    driverPending_ = true;
+  }
+  if (ledsPending_ || dbPending_ || driverPending_) schedule();
+  checkTimer_.wakeAt(feed_.loop.currentTime() + settings_.slowCheck);
+}
+
+}  // namespace Http

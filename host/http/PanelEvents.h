@@ -1,0 +1,80 @@
+// The panel's live feed: what changed since the last event, as one event per loop turn that
+// changed something and at most one per `minInterval`. Pin changes are collected by name as
+// they come (a pin that changes twice is sent once, with its last value), so an event costs the
+// pins that changed, not the panel; what changes rarely (the LEDs and their settings, the
+// database link, the driver's faults) is compared at a slower pace and sent whole when it differs.
+// Nothing is collected while nobody watches.
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <memory>
+#include <optional>
+#include <string>
+#include <unordered_map>
+
+#include "host/http/PanelFeed.h"
+#include "host/http/WakeTimer.h"
+#include "platform/model/PinDirectoryFollower.h"
+
+namespace Drive {
+class PinDriver;
+}
+
+namespace Http {
+
+class PanelEvents final : private Hardware::Gpio::PinDirectoryFollower::Owner {
+ public:
+  struct Settings {
+    double minInterval = 1.0 / 25;  // at most 25 events a second
+    double slowCheck = 0.5;         // LEDs, database and driver faults compared this often
+  };
+  using Publish = std::function<void(std::string event)>;
+  using Watched = std::function<bool()>;
+
+  PanelEvents(PanelFeed const& feed, Watched watched, Publish publish, Settings settings);
+  PanelEvents(PanelFeed const& feed, Watched watched, Publish publish)
+      : PanelEvents(feed, std::move(watched), std::move(publish), Settings{}) {}
+  ~PanelEvents() override;
+
+  void driverIs(Drive::PinDriver const* driver) { driver_ = driver; }
+  // A viewer arrived: the slow checks start, from what the first viewer's picture shows.
+  void viewerArrived();
+  std::uint64_t eventCount() const noexcept { return events_; }
+
+ private:
+  using Pin = Hardware::Gpio::CorvelPinConfig;
+
+  void onPinArrived(std::string const& name, Pin const& pin) override;
+  void onPinValue(std::string const& name, Pin const& pin) override;
+  void onPinLeft(std::string const& name) override;
+  void changed(std::string const& pin, std::optional<std::uint32_t> value);
+  void schedule();
+  void turnEnded();
+  void flush();
+  void slowCheck();
+  std::string driverState() const;
+
+  PanelFeed const& feed_;
+  Watched watched_;
+  Publish publish_;
+  Settings settings_;
+  Drive::PinDriver const* driver_ = nullptr;
+  std::unordered_map<std::string, std::optional<std::uint32_t>> pending_;
+  bool ledsPending_ = false;
+  bool dbPending_ = false;
+  bool driverPending_ = false;
+  std::string lastLeds_;
+  std::string lastDb_;
+  std::string lastDriver_;
+  bool turnQueued_ = false;
+  double lastEvent_ = -1e9;
+  std::uint64_t events_ = 0;
+  std::shared_ptr<PanelEvents*> self_ = std::make_shared<PanelEvents*>(this);
+  WakeTimer sendTimer_;
+  WakeTimer checkTimer_;
+  // Last: its first notifications come while it is built and find the rest ready.
+  std::optional<Hardware::Gpio::PinDirectoryFollower> follower_;
+};
+
+}  // namespace Http
