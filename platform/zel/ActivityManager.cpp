@@ -222,6 +222,10 @@ void ActivityManager::runLive(double until) {
       runPending();  // the run's turn ends
     }
     if (stopRequested_ || now >= until) break;
+    // A reactor held back from the run is due at the latest by the next turn; left out of the
+    // wake, it would wait for whatever else is armed, and reactors that keep re-arming just
+    // behind the clock would all run in that later wake at once.
+    restorePostponed();
     waitForWork(until);
   }
   runPending();
