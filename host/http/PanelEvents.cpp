@@ -4,8 +4,25 @@
 
 #include "host/drive/PinDriver.h"
 #include "host/http/PanelJson.h"
+#include "platform/zel/Allocate.h"
 
 namespace Http {
+
+class PanelEvents::MappingsReactor final
+    : public Hardware::Gpio::GpioLedSystemConfigDir::NotifieeConst {
+ public:
+  MappingsReactor(Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir const> const& mappings,
+                  PanelEvents* owner)
+      : NotifieeConst(mappings), owner_(owner) {}
+  void onGpioLeds(Zel::Name) override { onGpioLeds(); }
+  void onGpioLeds() override {
+    if (owner_) owner_->ledsMayHaveChanged();
+  }
+  void ownerDel() noexcept { owner_ = nullptr; }
+
+ private:
+  PanelEvents* owner_;
+};
 
 PanelEvents::PanelEvents(PanelFeed const& feed, Watched watched, Publish publish, Settings settings)
     : feed_(feed),
@@ -14,11 +31,19 @@ PanelEvents::PanelEvents(PanelFeed const& feed, Watched watched, Publish publish
       settings_(settings),
       sendTimer_(feed.loop, [this] { flush(); }),
       checkTimer_(feed.loop, [this] { slowCheck(); }) {
+  if (feed.mappings) {
+    mappingsReactor_ = Zel::allocate<MappingsReactor>(
+        Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir const>(feed.mappings), this);
+  }
   follower_.emplace(feed.pins, static_cast<Owner&>(*this));
 }
 
 PanelEvents::~PanelEvents() {
   *self_ = nullptr;  // a turn-end task already queued finds nobody
+  if (mappingsReactor_) {
+    mappingsReactor_->ownerDel();
+    mappingsReactor_->notifierIs(nullptr);
+  }
   follower_.reset();
 }
 
@@ -26,6 +51,11 @@ void PanelEvents::viewerArrived() {
   // Viewers already here may not have seen the latest state yet: the running checks go on and
   // send it to everyone, the newcomer included.
   if (checkTimer_.isSet()) return;
+  // Changes marked for viewers who have gone are in the newcomer's picture already, and any
+  // made since nobody watched were never marked: an event now could only send stale values.
+  for (auto& [name, slot] : dirty_) slot->dirty = false;
+  dirty_.clear();
+  ledsStale_ = false;
   // The first viewer's picture shows the state as it is now: the checks compare against that.
   lastLeds_ = ledsJson(feed_);
   lastDb_ = feed_.databaseState ? feed_.databaseState() : "";
@@ -47,7 +77,18 @@ void PanelEvents::onPinLeft(std::string const& name) {
 
 void PanelEvents::changed(std::string const& pin, std::optional<std::uint32_t> value) {
   if (!watched_()) return;
-  pending_[pin] = value;
+  auto const [at, added] = pins_.try_emplace(pin);
+  at->second.value = value;
+  if (!at->second.dirty) {
+    at->second.dirty = true;
+    dirty_.emplace_back(&at->first, &at->second);
+  }
+  schedule();
+}
+
+void PanelEvents::ledsMayHaveChanged() {
+  if (!watched_()) return;
+  ledsStale_ = true;
   schedule();
 }
 
@@ -72,7 +113,15 @@ void PanelEvents::turnEnded() {
 
 void PanelEvents::flush() {
   sendTimer_.cancel();
-  if (pending_.empty() && !ledsPending_ && !dbPending_ && !driverPending_) return;
+  if (ledsStale_) {
+    ledsStale_ = false;
+    std::string leds = ledsJson(feed_);
+    if (leds != lastLeds_) {
+      lastLeds_ = std::move(leds);
+      ledsPending_ = true;
+    }
+  }
+  if (dirty_.empty() && !ledsPending_ && !dbPending_ && !driverPending_) return;
   lastEvent_ = feed_.loop.currentTime();
   char time[32];
   std::snprintf(time, sizeof time, "%.3f", lastEvent_ - feed_.startTime);
@@ -80,17 +129,18 @@ void PanelEvents::flush() {
   event += time;
   event += ",\"pins\":{";
   bool first = true;
-  for (auto const& [pin, value] : pending_) {
+  for (auto& [name, slot] : dirty_) {
     if (!first) event += ",";
     first = false;
-    event += jsonString(pin) + ":" + pinValueJson(value);
+    event += jsonString(*name) + ":" + pinValueJson(slot->value);
+    slot->dirty = false;
   }
   event += "}";
   if (ledsPending_) event += ",\"leds\":" + lastLeds_;
   if (dbPending_) event += ",\"db\":" + jsonString(lastDb_);
   if (driverPending_) event += ",\"driver\":" + pinsJson(feed_, driver_);
   event += "}\n\n";
-  pending_.clear();
+  dirty_.clear();
   ledsPending_ = dbPending_ = driverPending_ = false;
   ++events_;
   publish_(std::move(event));
