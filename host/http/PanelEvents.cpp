@@ -12,16 +12,15 @@ class PanelEvents::MappingsReactor final
     : public Hardware::Gpio::GpioLedSystemConfigDir::NotifieeConst {
  public:
   MappingsReactor(Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir const> const& mappings,
-                  PanelEvents* owner)
-      : NotifieeConst(mappings), owner_(owner) {}
+                  Zel::WeakPtr<PanelEvents> owner)
+      : NotifieeConst(mappings), owner_(std::move(owner)) {}
   void onGpioLeds(Zel::Name) override { onGpioLeds(); }
   void onGpioLeds() override {
     if (owner_) owner_->ledsMayHaveChanged();
   }
-  void ownerDel() noexcept { owner_ = nullptr; }
 
  private:
-  PanelEvents* owner_;
+  Zel::WeakPtr<PanelEvents> owner_;
 };
 
 PanelEvents::PanelEvents(PanelFeed const& feed, Watched watched, Publish publish, Settings settings)
@@ -33,24 +32,20 @@ PanelEvents::PanelEvents(PanelFeed const& feed, Watched watched, Publish publish
       checkTimer_(feed.loop, [this] { slowCheck(); }) {
   if (feed.mappings) {
     mappingsReactor_ = Zel::allocate<MappingsReactor>(
-        Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir const>(feed.mappings), this);
+        Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir const>(feed.mappings), weak_.weakPtr());
   }
   follower_.emplace(feed.pins, static_cast<Owner&>(*this));
 }
 
 PanelEvents::~PanelEvents() {
-  *self_ = nullptr;  // a turn-end task already queued finds nobody
-  if (mappingsReactor_) {
-    mappingsReactor_->ownerDel();
-    mappingsReactor_->notifierIs(nullptr);
-  }
+  if (mappingsReactor_) mappingsReactor_->notifierIs(nullptr);
   follower_.reset();
 }
 
 void PanelEvents::viewerArrived() {
   // Viewers already here may not have seen the latest state yet: the running checks go on and
   // send it to everyone, the newcomer included.
-  if (checkTimer_.isSet()) return;
+  if (checkTimer_.isRunning()) return;
   // Changes marked for viewers who have gone are in the newcomer's picture already, and any
   // made since nobody watched were never marked: an event now could only send stale values.
   for (auto& [name, slot] : dirty_) slot->dirty = false;
@@ -60,7 +55,7 @@ void PanelEvents::viewerArrived() {
   lastLeds_ = ledsJson(feed_);
   lastDb_ = feed_.databaseState ? feed_.databaseState() : "";
   lastDriver_ = driverState();
-  if (!checkTimer_.isSet()) checkTimer_.wakeAt(feed_.loop.currentTime() + settings_.slowCheck);
+  if (!checkTimer_.isRunning()) checkTimer_.startAt(feed_.loop.currentTime() + settings_.slowCheck);
 }
 
 void PanelEvents::onPinArrived(std::string const& name, Pin const& pin) {
@@ -93,11 +88,11 @@ void PanelEvents::ledsMayHaveChanged() {
 }
 
 void PanelEvents::schedule() {
-  if (turnQueued_ || sendTimer_.isSet()) return;
+  if (turnQueued_ || sendTimer_.isRunning()) return;
   turnQueued_ = true;
   // The end of the turn: every pin a flash tick changes is in by then, and goes as one event.
-  feed_.loop.turnEndTaskIs([self = self_] {
-    if (*self) (*self)->turnEnded();
+  feed_.loop.turnEndTaskIs([self = weak_.weakPtr()] {
+    if (self) self->turnEnded();
   });
 }
 
@@ -107,12 +102,12 @@ void PanelEvents::turnEnded() {
   if (feed_.loop.currentTime() >= next) {
     flush();
   } else {
-    sendTimer_.wakeAt(next);
+    sendTimer_.startAt(next);
   }
 }
 
 void PanelEvents::flush() {
-  sendTimer_.cancel();
+  sendTimer_.stop();
   if (ledsStale_) {
     ledsStale_ = false;
     std::string leds = ledsJson(feed_);
@@ -174,7 +169,7 @@ void PanelEvents::slowCheck() {
     driverPending_ = true;
   }
   if (ledsPending_ || dbPending_ || driverPending_) schedule();
-  checkTimer_.wakeAt(feed_.loop.currentTime() + settings_.slowCheck);
+  checkTimer_.startAt(feed_.loop.currentTime() + settings_.slowCheck);
 }
 
 }  // namespace Http

@@ -9,7 +9,6 @@
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
@@ -17,8 +16,9 @@
 #include <vector>
 
 #include "host/http/PanelFeed.h"
-#include "host/http/WakeTimer.h"
 #include "platform/model/PinDirectoryFollower.h"
+#include "platform/zel/Timer.h"
+#include "platform/zel/WeakPtr.h"
 
 namespace Drive {
 class PinDriver;
@@ -84,12 +84,12 @@ class PanelEvents final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   bool turnQueued_ = false;
   double lastEvent_ = -1e9;
   std::uint64_t events_ = 0;
-  std::shared_ptr<PanelEvents*> self_ = std::make_shared<PanelEvents*>(this);
-  WakeTimer sendTimer_;
-  WakeTimer checkTimer_;
+  Zel::Timer sendTimer_;
+  Zel::Timer checkTimer_;
   Zel::Ptr<MappingsReactor> mappingsReactor_;
-  // Last: its first notifications come while it is built and find the rest ready.
+  // Its first notifications come while it is built and find the rest ready.
   std::optional<Hardware::Gpio::PinDirectoryFollower> follower_;
+  Zel::WeakPtrFactory<PanelEvents> weak_{this};  // last: queued turn-end work finds nobody first
 };
 
 }  // namespace Http
