@@ -73,6 +73,9 @@ void liveTicks(benchmark::State& state) {
     state.counters["late_p50_us"] = quantile(lateness, 0.50) * 1e6;
     state.counters["late_p99_us"] = quantile(lateness, 0.99) * 1e6;
     state.counters["late_max_us"] = quantile(lateness, 1.0) * 1e6;
+    TickObserver::Log starts = publisher->lateness();
+    state.counters["start_late_p50_us"] = quantile(starts, 0.50) * 1e6;
+    state.counters["start_late_p99_us"] = quantile(starts, 0.99) * 1e6;
     state.counters["cpu_share_pct"] = 100.0 * flashingOnly.cpuShare;
     state.counters["wakes_per_s"] = flashingOnly.wakesPerSecond;
     double const ticksPerSecond = static_cast<double>(leds) / kFlashInterval;
