@@ -8,10 +8,12 @@
 #include <sys/timerfd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cmath>
 #include <stdexcept>
 
 #include "bench/support/AgentRig.h"
+#include "bench/support/AllocationCounter.h"
 #include "bench/support/Measure.h"
 #include "bench/support/SettingPublisher.h"
 #include "bench/support/TickObserver.h"
@@ -59,7 +61,9 @@ void liveTicks(benchmark::State& state) {
     LoopCost const observed = runLoop(loop, seconds);
     publisher->notifierIs(nullptr);
     for (Ptr<TickObserver> const& observer : observers) observer->notifierIs(nullptr);
+    std::uint64_t const allocations = allocationCount();
     LoopCost const flashingOnly = runLoop(loop, seconds);
+    auto const allocated = static_cast<double>(allocationCount() - allocations);
     state.SetIterationTime(observed.seconds + flashingOnly.seconds);
 
     state.counters["ticks"] = static_cast<double>(lateness.size());
@@ -69,8 +73,16 @@ void liveTicks(benchmark::State& state) {
     state.counters["late_p50_us"] = quantile(lateness, 0.50) * 1e6;
     state.counters["late_p99_us"] = quantile(lateness, 0.99) * 1e6;
     state.counters["late_max_us"] = quantile(lateness, 1.0) * 1e6;
+    TickObserver::Log starts = publisher->lateness();
+    state.counters["start_late_p50_us"] = quantile(starts, 0.50) * 1e6;
+    state.counters["start_late_p99_us"] = quantile(starts, 0.99) * 1e6;
     state.counters["cpu_share_pct"] = 100.0 * flashingOnly.cpuShare;
     state.counters["wakes_per_s"] = flashingOnly.wakesPerSecond;
+    double const ticksPerSecond = static_cast<double>(leds) / kFlashInterval;
+    state.counters["cpu_us_per_tick"] = 1e6 * flashingOnly.cpuShare / ticksPerSecond;
+    state.counters["allocs_per_tick"] = allocated / (ticksPerSecond * flashingOnly.seconds);
+    state.counters["allocs_per_wake"] =
+        allocated / std::max(1.0, flashingOnly.wakesPerSecond * flashingOnly.seconds);
     state.counters["observed_cpu_share_pct"] = 100.0 * observed.cpuShare;
     state.counters["observed_wakes_per_s"] = observed.wakesPerSecond;
     state.counters["peak_rss_bytes"] = static_cast<double>(peakResidentBytes());
@@ -90,39 +102,101 @@ BENCHMARK(liveTicks)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);
 
-// The machine's own limit: how late a bare thread wakes from an absolute timerfd, with no
-// framework and no agent, at one wake per millisecond. No tick can be on time more reliably.
+// A bare thread waking from an absolute timerfd once per `period`, with no framework and no
+// agent: how late each wake is, and what the waking costs.
+struct BareWakes {
+  std::vector<double> lateness;
+  double cpuSeconds;
+  double seconds;
+};
+
+BareWakes bareTimerWakes(double seconds, double period) {
+  int const timer = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
+  if (timer < 0) throw std::runtime_error("no timerfd");
+  BareWakes wakes{{}, 0, 0};
+  wakes.lateness.reserve(static_cast<std::size_t>(seconds / period) + 1);
+  double const cpu = cpuSeconds();
+  double const start = wallSeconds();
+  for (double due = start + period; due < start + seconds; due += period) {
+    itimerspec setting{};
+    setting.it_value.tv_sec = static_cast<time_t>(due);
+    setting.it_value.tv_nsec = static_cast<long>((due - std::floor(due)) * 1e9);
+    ::timerfd_settime(timer, TFD_TIMER_ABSTIME, &setting, nullptr);
+    std::uint64_t expirations = 0;
+    if (::read(timer, &expirations, sizeof expirations) < 0) break;
+    wakes.lateness.push_back(wallSeconds() - due);
+  }
+  wakes.seconds = wallSeconds() - start;
+  wakes.cpuSeconds = cpuSeconds() - cpu;
+  ::close(timer);
+  return wakes;
+}
+
+// The machine's own limit: how late a bare thread wakes from an absolute timerfd, at one wake
+// per millisecond. No tick can be on time more reliably.
 void timerBaseline(benchmark::State& state) {
   auto const seconds = static_cast<double>(state.range(0));
-  constexpr double kPeriod = 0.001;
   for (auto _ : state) {
-    int const timer = ::timerfd_create(CLOCK_MONOTONIC, TFD_CLOEXEC);
-    if (timer < 0) throw std::runtime_error("no timerfd");
-    std::vector<double> lateness;
-    lateness.reserve(static_cast<std::size_t>(seconds / kPeriod) + 1);
-    double const cpu = cpuSeconds();
-    double const start = wallSeconds();
-    for (double due = start + kPeriod; due < start + seconds; due += kPeriod) {
-      itimerspec setting{};
-      setting.it_value.tv_sec = static_cast<time_t>(due);
-      setting.it_value.tv_nsec = static_cast<long>((due - std::floor(due)) * 1e9);
-      ::timerfd_settime(timer, TFD_TIMER_ABSTIME, &setting, nullptr);
-      std::uint64_t expirations = 0;
-      if (::read(timer, &expirations, sizeof expirations) < 0) break;
-      lateness.push_back(wallSeconds() - due);
-    }
-    double const elapsed = wallSeconds() - start;
-    ::close(timer);
-    state.SetIterationTime(elapsed);
-    state.counters["late_p50_us"] = quantile(lateness, 0.50) * 1e6;
-    state.counters["late_p99_us"] = quantile(lateness, 0.99) * 1e6;
-    state.counters["late_max_us"] = quantile(lateness, 1.0) * 1e6;
-    state.counters["cpu_share_pct"] = 100.0 * (cpuSeconds() - cpu) / elapsed;
+    BareWakes wakes = bareTimerWakes(seconds, 0.001);
+    state.SetIterationTime(wakes.seconds);
+    state.counters["late_p50_us"] = quantile(wakes.lateness, 0.50) * 1e6;
+    state.counters["late_p99_us"] = quantile(wakes.lateness, 0.99) * 1e6;
+    state.counters["late_max_us"] = quantile(wakes.lateness, 1.0) * 1e6;
+    state.counters["cpu_share_pct"] = 100.0 * wakes.cpuSeconds / wakes.seconds;
   }
 }
 
 BENCHMARK(timerBaseline)
     ->Name("TimerBaseline")
+    ->ArgName("seconds")
+    ->Arg(10)
+    ->Iterations(1)
+    ->UseManualTime()
+    ->Unit(benchmark::kSecond);
+
+// A reactor of the loop that re-arms itself a period after each time it runs: the loop's own
+// cost of a wake, with no work in it.
+class Ticker : public Zel::Clock::NotifieeConst {
+ public:
+  Ticker(Zel::ActivityManager& loop, double period)
+      : Zel::Clock::NotifieeConst(Ptr<Zel::Clock const>(loop.clock())),
+        loop_(loop),
+        period_(period) {
+    timeMinIs(loop.currentTime() + period);
+  }
+  void onTime() override { timeMinIs(loop_.currentTime() + period_); }
+
+ private:
+  Zel::ActivityManager& loop_;
+  double period_;
+};
+
+// What a wake of the loop costs beside a bare timerfd wake, both once a millisecond, one after
+// the other in the same process: CPU per wake and allocations per wake of the loop.
+void wakeCost(benchmark::State& state) {
+  auto const seconds = static_cast<double>(state.range(0));
+  constexpr double kPeriod = 0.001;
+  for (auto _ : state) {
+    BareWakes const bare = bareTimerWakes(seconds, kPeriod);
+    Zel::ActivityManager loop(Zel::ActivityManager::TimeSource::monotonic);
+    Ptr<Ticker> const ticker = Zel::allocate<Ticker>(loop, kPeriod);
+    loop.runFor(0.05);  // the poller is made and the first wakes are behind
+    std::uint64_t const allocations = allocationCount();
+    LoopCost const cost = runLoop(loop, seconds);
+    auto const allocated = static_cast<double>(allocationCount() - allocations);
+    ticker->timeMinIs(Zel::Clock::kNever);
+    double const wakes = cost.wakesPerSecond * cost.seconds;
+    state.SetIterationTime(bare.seconds + cost.seconds);
+    state.counters["bare_us_per_wake"] =
+        1e6 * bare.cpuSeconds / static_cast<double>(std::max<std::size_t>(1, bare.lateness.size()));
+    state.counters["loop_us_per_wake"] = 1e6 * cost.cpuShare * cost.seconds / std::max(1.0, wakes);
+    state.counters["loop_wakes_per_s"] = cost.wakesPerSecond;
+    state.counters["loop_allocs_per_wake"] = allocated / std::max(1.0, wakes);
+  }
+}
+
+BENCHMARK(wakeCost)
+    ->Name("WakeCost")
     ->ArgName("seconds")
     ->Arg(10)
     ->Iterations(1)

@@ -12,6 +12,7 @@ SettingPublisher::SettingPublisher(AgentRig& rig, std::size_t count,
       setting_(setting),
       start_(start),
       spread_(spread) {
+  lateness_.reserve(count);
   hasNotificationActiveIs(true);
   timeMinIs(dueTime(0));
 }
@@ -23,7 +24,10 @@ double SettingPublisher::dueTime(std::size_t index) const {
 void SettingPublisher::onTime() {
   // Everything due by now goes out in this wake; the loop delivers it right after.
   double const now = Zel::System::currentTime();
-  while (next_ < count_ && dueTime(next_) <= now) rig_->changeSetting(next_++, setting_);
+  while (next_ < count_ && dueTime(next_) <= now) {
+    lateness_.push_back(now - dueTime(next_));
+    rig_->changeSetting(next_++, setting_);
+  }
   timeMinIs(done() ? Zel::Clock::kNever : dueTime(next_));
 }
 

@@ -4,6 +4,7 @@
 #pragma once
 
 #include <cstddef>
+#include <vector>
 
 #include "bench/support/AgentRig.h"
 #include "platform/zel/Clock.h"
@@ -17,6 +18,9 @@ class SettingPublisher : public Zel::Clock::NotifieeConst {
 
   void onTime() override;
   bool done() const noexcept { return next_ >= count_; }
+  // How long after its time each setting went out: LEDs meant to start evenly start in clumps
+  // when the loop wakes late for the publisher.
+  std::vector<double> const& lateness() const noexcept { return lateness_; }
 
  private:
   double dueTime(std::size_t index) const;
@@ -27,6 +31,7 @@ class SettingPublisher : public Zel::Clock::NotifieeConst {
   double start_;
   double spread_;
   std::size_t next_ = 0;
+  std::vector<double> lateness_;
 };
 
 }  // namespace PinlampBench

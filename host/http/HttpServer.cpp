@@ -172,15 +172,15 @@ void HttpServer::service() {
   MHD_run(daemon_);
   MHD_UNSIGNED_LONG_LONG milliseconds = 0;
   if (MHD_get_timeout(daemon_, &milliseconds) == MHD_YES) {
-    timeout_.wakeAt(loop_.currentTime() + static_cast<double>(milliseconds) / 1000.0);
+    timeout_.startAt(loop_.currentTime() + static_cast<double>(milliseconds) / 1000.0);
   } else {
-    timeout_.cancel();
+    timeout_.stop();
   }
 }
 
 void HttpServer::keepAlive() {
   publish(":\n\n");
-  if (!streams_.empty()) keepAlive_.wakeAt(loop_.currentTime() + limits_.keepAliveSeconds);
+  if (!streams_.empty()) keepAlive_.startAt(loop_.currentTime() + limits_.keepAliveSeconds);
 }
 
 bool HttpServer::answer(MHD_Connection* connection, std::string_view path, bool head) {
@@ -208,7 +208,7 @@ bool HttpServer::openStream(MHD_Connection* connection) {
   MHD_add_response_header(response, MHD_HTTP_HEADER_CACHE_CONTROL, "no-store");
   MHD_Result const queued = MHD_queue_response(connection, MHD_HTTP_OK, response);
   MHD_destroy_response(response);
-  if (!keepAlive_.isSet()) keepAlive_.wakeAt(loop_.currentTime() + limits_.keepAliveSeconds);
+  if (!keepAlive_.isRunning()) keepAlive_.startAt(loop_.currentTime() + limits_.keepAliveSeconds);
   return queued == MHD_YES;
 }
 

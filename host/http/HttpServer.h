@@ -18,8 +18,8 @@
 #include <string>
 #include <string_view>
 
-#include "host/http/WakeTimer.h"
 #include "platform/zel/ActivityManager.h"
+#include "platform/zel/Timer.h"
 
 struct MHD_Daemon;
 struct MHD_Connection;
@@ -88,8 +88,8 @@ class HttpServer {
   std::uint64_t requests_ = 0;
   std::uint64_t droppedStreams_ = 0;
   bool stopping_ = false;
-  WakeTimer timeout_;
-  WakeTimer keepAlive_;
+  Zel::Timer timeout_;
+  Zel::Timer keepAlive_;
 };
 
 }  // namespace Http

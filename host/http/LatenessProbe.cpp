@@ -7,7 +7,7 @@ namespace Http {
 LatenessProbe::LatenessProbe(Zel::ActivityManager& loop, double interval)
     : loop_(loop), interval_(interval), timer_(loop, [this] { onTime(); }) {
   due_ = loop_.currentTime() + interval_;
-  timer_.wakeAt(due_);
+  timer_.startAt(due_);
 }
 
 void LatenessProbe::record(double lateness) {
@@ -34,7 +34,7 @@ void LatenessProbe::onTime() {
   record(now - due_);
   // The next wake keeps the interval from now, so one stall is counted once, not as a burst.
   due_ = now + interval_;
-  timer_.wakeAt(due_);
+  timer_.startAt(due_);
 }
 
 }  // namespace Http

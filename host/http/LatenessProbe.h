@@ -6,7 +6,7 @@
 #include <array>
 #include <cstdint>
 
-#include "host/http/WakeTimer.h"
+#include "platform/zel/Timer.h"
 
 namespace Http {
 
@@ -33,7 +33,7 @@ class LatenessProbe {
   std::array<std::uint64_t, kBounds.size() + 1> buckets_{};
   std::uint64_t count_ = 0;
   double sum_ = 0;
-  WakeTimer timer_;
+  Zel::Timer timer_;
 };
 
 }  // namespace Http

@@ -4,8 +4,24 @@
 
 #include "host/http/PanelJson.h"
 #include "host/pins/PinDriver.h"
+#include "platform/zel/Allocate.h"
 
 namespace Http {
+
+class PanelEvents::MappingsReactor final
+    : public Hardware::Gpio::GpioLedSystemConfigDir::NotifieeConst {
+ public:
+  MappingsReactor(Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir const> const& mappings,
+                  Zel::WeakPtr<PanelEvents> owner)
+      : NotifieeConst(mappings), owner_(std::move(owner)) {}
+  void onGpioLeds(Zel::Name) override { onGpioLeds(); }
+  void onGpioLeds() override {
+    if (owner_) owner_->ledsMayHaveChanged();
+  }
+
+ private:
+  Zel::WeakPtr<PanelEvents> owner_;
+};
 
 PanelEvents::PanelEvents(PanelFeed const& feed, Watched watched, Publish publish, Settings settings)
     : feed_(feed),
@@ -14,23 +30,32 @@ PanelEvents::PanelEvents(PanelFeed const& feed, Watched watched, Publish publish
       settings_(settings),
       sendTimer_(feed.loop, [this] { flush(); }),
       checkTimer_(feed.loop, [this] { slowCheck(); }) {
+  if (feed.mappings) {
+    mappingsReactor_ = Zel::allocate<MappingsReactor>(
+        Zel::Ptr<Hardware::Gpio::GpioLedSystemConfigDir const>(feed.mappings), weak_.weakPtr());
+  }
   follower_.emplace(feed.pins, static_cast<Owner&>(*this));
 }
 
 PanelEvents::~PanelEvents() {
-  *self_ = nullptr;  // a turn-end task already queued finds nobody
+  if (mappingsReactor_) mappingsReactor_->notifierIs(nullptr);
   follower_.reset();
 }
 
 void PanelEvents::viewerArrived() {
   // Viewers already here may not have seen the latest state yet: the running checks go on and
   // send it to everyone, the newcomer included.
-  if (checkTimer_.isSet()) return;
+  if (checkTimer_.isRunning()) return;
+  // Changes marked for viewers who have gone are in the newcomer's picture already, and any
+  // made since nobody watched were never marked: an event now could only send stale values.
+  for (auto& [name, slot] : dirty_) slot->dirty = false;
+  dirty_.clear();
+  ledsStale_ = false;
   // The first viewer's picture shows the state as it is now: the checks compare against that.
   lastLeds_ = ledsJson(feed_);
   lastDb_ = feed_.databaseState ? feed_.databaseState() : "";
   lastDriver_ = driverState();
-  if (!checkTimer_.isSet()) checkTimer_.wakeAt(feed_.loop.currentTime() + settings_.slowCheck);
+  if (!checkTimer_.isRunning()) checkTimer_.startAt(feed_.loop.currentTime() + settings_.slowCheck);
 }
 
 void PanelEvents::onPinArrived(std::string const& name, Pin const& pin) {
@@ -47,16 +72,27 @@ void PanelEvents::onPinLeft(std::string const& name) {
 
 void PanelEvents::changed(std::string const& pin, std::optional<std::uint32_t> value) {
   if (!watched_()) return;
-  pending_[pin] = value;
+  auto const [at, added] = pins_.try_emplace(pin);
+  at->second.value = value;
+  if (!at->second.dirty) {
+    at->second.dirty = true;
+    dirty_.emplace_back(&at->first, &at->second);
+  }
+  schedule();
+}
+
+void PanelEvents::ledsMayHaveChanged() {
+  if (!watched_()) return;
+  ledsStale_ = true;
   schedule();
 }
 
 void PanelEvents::schedule() {
-  if (turnQueued_ || sendTimer_.isSet()) return;
+  if (turnQueued_ || sendTimer_.isRunning()) return;
   turnQueued_ = true;
   // The end of the turn: every pin a flash tick changes is in by then, and goes as one event.
-  feed_.loop.turnEndTaskIs([self = self_] {
-    if (*self) (*self)->turnEnded();
+  feed_.loop.turnEndTaskIs([self = weak_.weakPtr()] {
+    if (self) self->turnEnded();
   });
 }
 
@@ -66,13 +102,21 @@ void PanelEvents::turnEnded() {
   if (feed_.loop.currentTime() >= next) {
     flush();
   } else {
-    sendTimer_.wakeAt(next);
+    sendTimer_.startAt(next);
   }
 }
 
 void PanelEvents::flush() {
-  sendTimer_.cancel();
-  if (pending_.empty() && !ledsPending_ && !dbPending_ && !driverPending_) return;
+  sendTimer_.stop();
+  if (ledsStale_) {
+    ledsStale_ = false;
+    std::string leds = ledsJson(feed_);
+    if (leds != lastLeds_) {
+      lastLeds_ = std::move(leds);
+      ledsPending_ = true;
+    }
+  }
+  if (dirty_.empty() && !ledsPending_ && !dbPending_ && !driverPending_) return;
   lastEvent_ = feed_.loop.currentTime();
   char time[32];
   std::snprintf(time, sizeof time, "%.3f", lastEvent_ - feed_.startTime);
@@ -80,17 +124,18 @@ void PanelEvents::flush() {
   event += time;
   event += ",\"pins\":{";
   bool first = true;
-  for (auto const& [pin, value] : pending_) {
+  for (auto& [name, slot] : dirty_) {
     if (!first) event += ",";
     first = false;
-    event += jsonString(pin) + ":" + pinValueJson(value);
+    event += jsonString(*name) + ":" + pinValueJson(slot->value);
+    slot->dirty = false;
   }
   event += "}";
   if (ledsPending_) event += ",\"leds\":" + lastLeds_;
   if (dbPending_) event += ",\"db\":" + jsonString(lastDb_);
   if (driverPending_) event += ",\"driver\":" + pinsJson(feed_, driver_);
   event += "}\n\n";
-  pending_.clear();
+  dirty_.clear();
   ledsPending_ = dbPending_ = driverPending_ = false;
   ++events_;
   publish_(std::move(event));
@@ -124,7 +169,7 @@ void PanelEvents::slowCheck() {
     driverPending_ = true;
   }
   if (ledsPending_ || dbPending_ || driverPending_) schedule();
-  checkTimer_.wakeAt(feed_.loop.currentTime() + settings_.slowCheck);
+  checkTimer_.startAt(feed_.loop.currentTime() + settings_.slowCheck);
 }
 
 }  // namespace Http

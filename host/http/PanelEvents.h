@@ -1,21 +1,24 @@
 // The panel's live feed: what changed since the last event, as one event per loop turn that
-// changed something and at most one per `minInterval`. Pin changes are collected by name as
-// they come (a pin that changes twice is sent once, with its last value), so an event costs the
-// pins that changed, not the panel; what changes rarely (the LEDs and their settings, the
-// database link, the driver's faults) is compared at a slower pace and sent whole when it differs.
-// Nothing is collected while nobody watches.
+// changed something and at most one per `minInterval`. A pin change only marks the pin's slot
+// (a pin that changes twice is sent once, with its last value), so an event costs the pins that
+// changed, not the panel, and the changes between two events cost no wake of their own. LEDs
+// that come or go are looked at with the next event; what changes rarely without a notification
+// here (LED settings, the database link, the driver's faults) is compared at a slower pace and
+// sent whole when it differs. Nothing is collected while nobody watches.
 #pragma once
 
 #include <cstdint>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <string>
 #include <unordered_map>
+#include <utility>
+#include <vector>
 
 #include "host/http/PanelFeed.h"
-#include "host/http/WakeTimer.h"
 #include "platform/model/PinDirectoryFollower.h"
+#include "platform/zel/Timer.h"
+#include "platform/zel/WeakPtr.h"
 
 namespace Drive {
 class PinDriver;
@@ -48,7 +51,14 @@ class PanelEvents final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   void onPinArrived(std::string const& name, Pin const& pin) override;
   void onPinValue(std::string const& name, Pin const& pin) override;
   void onPinLeft(std::string const& name) override;
+  struct PinSlot {
+    std::optional<std::uint32_t> value;
+    bool dirty = false;
+  };
+  class MappingsReactor;
+
   void changed(std::string const& pin, std::optional<std::uint32_t> value);
+  void ledsMayHaveChanged();
   void schedule();
   void turnEnded();
   void flush();
@@ -60,7 +70,11 @@ class PanelEvents final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   Publish publish_;
   Settings settings_;
   Drive::PinDriver const* driver_ = nullptr;
-  std::unordered_map<std::string, std::optional<std::uint32_t>> pending_;
+  // Every pin seen while watched keeps its slot, so that marking one allocates nothing; slots
+  // are never erased, which keeps the addresses in dirty_ valid.
+  std::unordered_map<std::string, PinSlot> pins_;
+  std::vector<std::pair<std::string const*, PinSlot*>> dirty_;
+  bool ledsStale_ = false;  // the mappings changed: the next event compares the LEDs
   bool ledsPending_ = false;
   bool dbPending_ = false;
   bool driverPending_ = false;
@@ -70,11 +84,12 @@ class PanelEvents final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   bool turnQueued_ = false;
   double lastEvent_ = -1e9;
   std::uint64_t events_ = 0;
-  std::shared_ptr<PanelEvents*> self_ = std::make_shared<PanelEvents*>(this);
-  WakeTimer sendTimer_;
-  WakeTimer checkTimer_;
-  // Last: its first notifications come while it is built and find the rest ready.
+  Zel::Timer sendTimer_;
+  Zel::Timer checkTimer_;
+  Zel::Ptr<MappingsReactor> mappingsReactor_;
+  // Its first notifications come while it is built and find the rest ready.
   std::optional<Hardware::Gpio::PinDirectoryFollower> follower_;
+  Zel::WeakPtrFactory<PanelEvents> weak_{this};  // last: queued turn-end work finds nobody first
 };
 
 }  // namespace Http

@@ -11,7 +11,6 @@
 
 #include "host/live/PinChangeLog.h"
 #include "host/pins/PinDriver.h"
-#include "platform/zel/Allocate.h"
 
 namespace Host {
 
@@ -58,21 +57,13 @@ bool localeIsUtf8() {
   return false;
 }
 
-class FrontPanel::FrameTimer : public Zel::Clock::NotifieeConst {
- public:
-  explicit FrameTimer(FrontPanel* owner) : owner_(owner) {}
-  void onTime() override {
-    if (owner_) owner_->drawFrame();
-  }
-  void ownerDel() noexcept { owner_ = nullptr; }
-
- private:
-  FrontPanel* owner_;
-};
-
 FrontPanel::FrontPanel(Session& session, std::string title, std::ostream& out,
                        std::function<void()> afterLayout)
-    : session_(session), title_(std::move(title)), out_(out), afterLayout_(std::move(afterLayout)) {
+    : session_(session),
+      title_(std::move(title)),
+      out_(out),
+      afterLayout_(std::move(afterLayout)),
+      frameTimer_(session.loop(), [this] { drawFrame(); }) {
   style_.unicode = localeIsUtf8();
   ScreenSize const size = screenSize();
   screenRows_ = size.rows;
@@ -84,10 +75,6 @@ FrontPanel::FrontPanel(Session& session, std::string title, std::ostream& out,
 
 FrontPanel::~FrontPanel() {
   if (redrawQueued_) layOut();
-  if (frameTimer_) {
-    frameTimer_->ownerDel();
-    frameTimer_->notifierIs(nullptr);
-  }
   // Leaves the last picture of the panel on the screen and the console below it.
   out_ << "\033[r" << moveTo(screenRows_) << "\033[?25h\n";
   out_.flush();
@@ -148,18 +135,14 @@ void FrontPanel::scheduleRedraw() {
   redrawQueued_ = true;
   // Every pin of a flash tick changes in one burst, and bursts come faster than a terminal can
   // show: one frame after the burst shows them all, and frames are spaced by kFramePeriod.
-  if (!frameTimer_) {
-    frameTimer_ = Zel::allocate<FrameTimer>(this);
-    frameTimer_->notifierIs(session_.loop().clock());
-  }
   double const now = session_.loop().currentTime();
-  frameTimer_->timeMinIs(std::max(now, lastFrame_ + kFramePeriod));
+  frameTimer_.startAt(std::max(now, lastFrame_ + kFramePeriod));
 }
 
 void FrontPanel::drawFrame() {
   redrawQueued_ = false;
   lastFrame_ = session_.loop().currentTime();
-  frameTimer_->timeMinIs(Zel::Clock::kNever);
+  frameTimer_.stop();
   if (layoutStale_) {
     layOut();
   } else {

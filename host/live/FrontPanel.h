@@ -4,7 +4,6 @@
 
 #include <deque>
 #include <functional>
-#include <memory>
 #include <ostream>
 #include <string>
 #include <unordered_map>
@@ -14,7 +13,7 @@
 #include "host/live/PanelCells.h"
 #include "host/live/PanelLayout.h"
 #include "host/run/Session.h"
-#include "platform/zel/Clock.h"
+#include "platform/zel/Timer.h"
 
 namespace Host {
 
@@ -32,8 +31,6 @@ class FrontPanel : public LiveView {
   void driverIs(Drive::PinDriver* driver) override;
 
  private:
-  class FrameTimer;
-
   void scheduleRedraw();
   void drawFrame();
   void layOut();
@@ -69,9 +66,8 @@ class FrontPanel : public LiveView {
   // At most this many frames a second: a terminal cannot show more, and each costs a write.
   static constexpr double kFramePeriod = 1.0 / 25;
   double lastFrame_ = -1.0;
-  Zel::Ptr<FrameTimer> frameTimer_;
+  Zel::Timer frameTimer_;
   std::vector<std::string> drawn_;  // the rows on the screen, so that a frame writes only changes
-  std::shared_ptr<int> alive_ = std::make_shared<int>(0);  // outlived by queued redraws
 };
 
 // True when the terminal's locale draws UTF-8.

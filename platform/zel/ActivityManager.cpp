@@ -9,6 +9,7 @@
 #include <cmath>
 #include <cstring>
 #include <ctime>
+#include <limits>
 #include <string>
 #include <system_error>
 
@@ -113,14 +114,21 @@ std::size_t ActivityManager::runPending() {
 }
 
 std::size_t ActivityManager::runTurnEnd() {
-  std::vector<std::function<void()>> tasks;
-  tasks.swap(turnEnd_);
-  for (auto& task : tasks) {
-    Pending item;
-    item.task = std::move(task);
-    runOne(item);
+  if (turnEnd_.empty()) return 0;
+  // Both lists keep their capacity from turn to turn: a turn allocates nothing for them.
+  turnEndRunning_.swap(turnEnd_);
+  struct Clear {
+    std::vector<std::function<void()>>& tasks;
+    ~Clear() { tasks.clear(); }
+  } clear{turnEndRunning_};
+  for (auto& task : turnEndRunning_) {
+    try {
+      task();
+    } catch (...) {
+      report(std::current_exception());
+    }
   }
-  return tasks.size();
+  return turnEndRunning_.size();
 }
 
 bool ActivityManager::runExpiryOfRun(double now) {
@@ -138,7 +146,8 @@ bool ActivityManager::runOneExpiry(double now) {
   if (source_ == TimeSource::virtualTime && due->timeMin() > virtualNow_) {
     virtualNow_ = due->timeMin();  // a time already past fires at the current time instead
   }
-  double const firedAt = source_ == TimeSource::virtualTime ? virtualNow_ : now;
+  bool const live = source_ != TimeSource::virtualTime;
+  double const firedAt = live ? now : virtualNow_;
   if (due->isLive()) {
     try {
       due->onTime();
@@ -149,7 +158,11 @@ bool ActivityManager::runOneExpiry(double now) {
   // A reactor that re-arms itself for a time not after the one it just ran at (a negative or
   // vanishing interval) would run again at once, forever, without time moving. It waits for the
   // next pass of the loop instead: the next advance, or the next turn of the live loop.
-  if (due->isArmed() && due->timeMin() <= firedAt) {
+  // Live, `now` may be an earlier reading of the clock than the one the reactor re-armed from;
+  // the clock is read again only for a time near enough to have passed since.
+  if (due->isArmed() &&
+      (due->timeMin() <= firedAt ||
+       (live && due->timeMin() <= firedAt + wakeGranularity_ && due->timeMin() <= currentTime()))) {
     postponed_.push_back({due, due->timeMin()});
     due->timeMinIs(Clock::kNever);
   }
@@ -158,6 +171,7 @@ bool ActivityManager::runOneExpiry(double now) {
 }
 
 void ActivityManager::restorePostponed() {
+  if (postponed_.empty()) return;
   std::vector<Postponed> postponed;
   postponed.swap(postponed_);
   for (Postponed& p : postponed) {
@@ -195,12 +209,23 @@ void ActivityManager::runLive(double until) {
       lastExpiryRun_ = now;
       // Expiries that fall due while this run goes on join it rather than wait a whole span,
       // but the run takes in nothing due later than a span after it began.
+      // The clock is read again only once every expiry due by its last reading has run.
       double const horizon = now + wakeGranularity_;
-      while (!stopRequested_ && runExpiryOfRun(std::min(currentTime(), horizon))) {
+      double upTo = now;
+      while (!stopRequested_) {
+        if (clock_->nextExpiry() > upTo) {
+          upTo = std::min(currentTime(), horizon);
+          if (clock_->nextExpiry() > upTo) break;
+        }
+        runExpiryOfRun(upTo);
       }
       runPending();  // the run's turn ends
     }
     if (stopRequested_ || now >= until) break;
+    // A reactor held back from the run is due at the latest by the next turn; left out of the
+    // wake, it would wait for whatever else is armed, and reactors that keep re-arming just
+    // behind the clock would all run in that later wake at once.
+    restorePostponed();
     waitForWork(until);
   }
   runPending();
@@ -249,13 +274,18 @@ void ActivityManager::waitForWork(double until) {
   double const nextAllowed = lastExpiryRun_ + wakeGranularity_;
   double const wake = std::min(std::max(clock_->nextExpiry(), nextAllowed), until);
   // An absolute timerfd has no timer slack, unlike a relative epoll timeout.
-  itimerspec timer{};
-  if (wake != Clock::kNever) {
-    timer.it_value = toTimespec(wake);
-    if (timer.it_value.tv_sec == 0 && timer.it_value.tv_nsec == 0) timer.it_value.tv_nsec = 1;
-  }
-  if (::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &timer, nullptr) != 0) {
-    throwSystemError("timerfd_settime", timerFd_);
+  // A timer still set for this very time (the last wake was a descriptor's) stays as it is.
+  if (wake != timerSetFor_) {
+    itimerspec timer{};
+    if (wake != Clock::kNever) {
+      timer.it_value = toTimespec(wake);
+      if (timer.it_value.tv_sec == 0 && timer.it_value.tv_nsec == 0) timer.it_value.tv_nsec = 1;
+    }
+    timerSetFor_ = std::numeric_limits<double>::quiet_NaN();  // should the call fail
+    if (::timerfd_settime(timerFd_, TFD_TIMER_ABSTIME, &timer, nullptr) != 0) {
+      throwSystemError("timerfd_settime", timerFd_);
+    }
+    timerSetFor_ = wake;
   }
   epoll_event events[16];
   int const n = ::epoll_wait(epollFd_, events, 16, -1);
@@ -272,7 +302,10 @@ std::size_t ActivityManager::dispatch(epoll_event const* events, int count) {
   std::size_t ran = 0;
   for (int i = 0; i < count; ++i) {
     int const fd = events[i].data.fd;
-    if (fd == timerFd_) continue;
+    if (fd == timerFd_) {
+      timerSetFor_ = std::numeric_limits<double>::quiet_NaN();  // it went off: set it again
+      continue;
+    }
     // Each handler may remove its own watch, or another's, so every look-up is fresh and the
     // handler is copied before it runs.
     std::uint32_t const ready = events[i].events;

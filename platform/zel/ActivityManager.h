@@ -9,6 +9,7 @@
 #include <deque>
 #include <exception>
 #include <functional>
+#include <limits>
 #include <memory>
 #include <unordered_map>
 #include <vector>
@@ -127,6 +128,7 @@ class ActivityManager {
   Ptr<Clock> clock_;
   std::deque<Pending> pending_;
   std::vector<std::function<void()>> turnEnd_;
+  std::vector<std::function<void()>> turnEndRunning_;
   bool inExpiryRun_ = false;  // turn-end work waits for the rest of the run's expiries
   std::vector<Postponed> postponed_;
   bool runningPending_ = false;
@@ -137,6 +139,8 @@ class ActivityManager {
   ExceptionHandler exceptionHandler_;
   int epollFd_ = -1;
   int timerFd_ = -1;
+  // The wake the timer is set for and has not yet reached (not a number: unknown).
+  double timerSetFor_ = std::numeric_limits<double>::quiet_NaN();
   std::unordered_map<int, FdWatch> fdWatches_;
 };
 

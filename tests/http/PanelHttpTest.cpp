@@ -188,6 +188,24 @@ TEST_F(PanelHttpTest, ANewLedReachesEveryViewerEvenWhenAnotherArrivesMeanwhile) 
   EXPECT_NE(first.received().find("{\"name\":\"Fan1\""), std::string::npos);
 }
 
+// A mapping that comes or goes is in the next event, not only in the next slow comparison.
+TEST_F(PanelHttpTest, ANewLedComesWithTheNextEvent) {
+  start();
+  HttpClient viewer(session_.loop(), address_);
+  viewer.send("GET /events HTTP/1.1\r\nHost: test\r\n\r\n");
+  ASSERT_TRUE(viewer.waitFor("event: picture", 2));
+  session_.loop().runFor(0.05);  // the slow comparison's clock starts with the viewer
+  viewer.clear();
+  Host::MappingCommand fan;
+  fan.led = "Fan1";
+  fan.pins[1] = std::vector<std::string>{"fan1_green"};
+  double const published = session_.loop().currentTime();
+  Host::publishMapping(session_.mappings(), fan);
+  ASSERT_TRUE(viewer.waitFor("{\"name\":\"Fan1\"", 2)) << viewer.received();
+  // The slow comparison comes 0.5 s after the viewer; a frame is 40 ms.
+  EXPECT_LT(session_.loop().currentTime() - published, 0.3);
+}
+
 TEST_F(PanelHttpTest, AFastSeriesOfTurnsIsSentAtMostTwentyFiveTimesASecond) {
   start();
   HttpClient viewer(session_.loop(), address_);

@@ -1,13 +1,18 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
+#include <limits>
+#include <random>
 #include <set>
+#include <utility>
 #include <vector>
 
 #include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Clock.h"
+#include "platform/zel/TimerWheel.h"
 #include "platform/zel/Trace.h"
 
 namespace {
@@ -160,6 +165,110 @@ TEST_F(ClockTest, ThousandsOfAlarmsFireInTimeOrder) {
     EXPECT_EQ(silent.count(f.id), 0u) << "alarm " << f.id;
   }
   EXPECT_EQ(loop_->clock()->armedCount(), 0u);
+}
+
+// The timing wheel against the obvious reference, a set ordered by (time, arming order), under
+// random arming, re-arming, disarming and advancing, with times on and off the millisecond, on
+// slot and level boundaries, already past, far ahead and beyond any tick.
+TEST_F(ClockTest, TheWheelFiresInTheOrderOfASortedReference) {
+  struct Timer : Zel::TimerWheel::Entry {
+    std::pair<double, std::uint64_t> key;  // the reference's, while armed
+  };
+  std::mt19937_64 random(20261124);
+  auto uniform = [&random](double low, double high) {
+    return std::uniform_real_distribution<double>(low, high)(random);
+  };
+  auto pick = [&random](std::size_t count) { return static_cast<std::size_t>(random() % count); };
+  double const infinity = std::numeric_limits<double>::infinity();
+
+  // Each round: how many timers, and whether they stay within a second or so of the present
+  // (the wheel's first levels, opened and emptied often) or go anywhere.
+  struct Round {
+    std::size_t timers;
+    bool near;
+  };
+  Round const rounds[] = {{5, false}, {300, false}, {40, true}, {2000, true}, {300, false}};
+  for (int round = 0; round < 5; ++round) {
+    bool const near = rounds[round].near;
+    std::vector<Timer> timers(rounds[round].timers);
+    Zel::TimerWheel wheel;
+    std::set<std::pair<double, std::uint64_t>> reference;
+    std::uint64_t sequence = 0;
+    double now = round == 4 ? -5000.0 : 1000.0 * round;
+    auto timeNear = [&]() -> double {
+      switch (near ? pick(4) : pick(11)) {
+        case 0:
+          return now + 0.001 * static_cast<double>(pick(600));
+        case 1:
+          return now + uniform(0, 0.002);
+        case 2:
+          return now + uniform(0, 1);
+        case 3:
+          // On, or just after, the start of one of the next blocks of 256 ticks.
+          return std::ldexp(std::floor(now * 1000 / 256) + 1.0 + pick(3), 8) / 1000 +
+                 (pick(2) ? 0 : 0.001 * static_cast<double>(pick(3)) + uniform(0, 0.001));
+        case 4:
+          return now + uniform(0, 1e4);
+        case 5:
+          return now + std::ldexp(1.0, 16 + static_cast<int>(pick(48))) / 1000;
+        case 6:
+          return 1e300;
+        case 7:
+          return now - uniform(0, 3);
+        case 8:
+          return -infinity;
+        case 9:
+          return reference.empty() ? now : reference.rbegin()->first;
+        default:
+          return reference.empty() ? now : reference.begin()->first;
+      }
+    };
+    auto expectSame = [&](char const* after) {
+      ASSERT_EQ(wheel.size(), reference.size()) << after;
+      double const expected = reference.empty() ? infinity : reference.begin()->first;
+      ASSERT_EQ(wheel.nextExpiry(), expected) << after;
+    };
+
+    for (int step = 0; step < 6000; ++step) {
+      Timer& timer = timers[pick(timers.size())];
+      std::size_t const what = pick(10);
+      if (what < 6) {
+        if (timer.isArmed()) reference.erase(timer.key);
+        double const time = timeNear();
+        wheel.arm(&timer, time);
+        timer.key = {time, sequence++};
+        reference.insert(timer.key);
+        ASSERT_TRUE(timer.isArmed());
+      } else if (what < 8) {
+        if (timer.isArmed()) reference.erase(timer.key);
+        wheel.disarm(&timer);
+        ASSERT_FALSE(timer.isArmed());
+      } else if (what == 8) {
+        expectSame("peeking");
+      } else {
+        double const spans[] = {0, 0.0005, 0.001, 0.003, 0.3, 2, 70, 1e5};
+        now += spans[pick(near ? 5 : std::size(spans))];
+        while (!reference.empty() && reference.begin()->first <= now) {
+          Zel::TimerWheel::Entry* first = wheel.earliest();
+          ASSERT_NE(first, nullptr);
+          Timer* fired = static_cast<Timer*>(first);
+          ASSERT_EQ(fired->key, *reference.begin()) << "step " << step;
+          reference.erase(reference.begin());
+          wheel.disarm(fired);
+        }
+      }
+      expectSame("a step");
+    }
+    // Whatever the wheel still holds is left disarmed when it goes.
+    {
+      Zel::TimerWheel doomed;
+      for (Timer& timer : timers) {
+        if (timer.isArmed()) wheel.disarm(&timer);
+        doomed.arm(&timer, timeNear());
+      }
+    }
+    for (Timer const& timer : timers) EXPECT_FALSE(timer.isArmed());
+  }
 }
 
 }  // namespace
