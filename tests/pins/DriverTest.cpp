@@ -9,7 +9,7 @@
 #include "platform/zel/ActivityManagerScope.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Clock.h"
-#include "tests/drive/RecordingLines.h"
+#include "tests/pins/RecordingLines.h"
 
 namespace Drive {
 namespace {
