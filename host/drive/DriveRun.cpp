@@ -35,9 +35,12 @@ class DriveRun {
   int run() {
     log_.notice("driving the pins of " + options_.pinMap + " from " +
                 follower_.link().endpoint().describe());
-    if (!startHttp()) return kExitFailed;
+    if (!service_.panelStart({"drive " + options_.pinMap, *loop_, *pins_, nullptr, nullptr,
+                              [this] { return databaseState(); }, loop_->currentTime()})) {
+      return kExitFailed;
+    }
     follower_.upHandlerIs([this](bool up) {
-      if (http_) http_->databaseLinkIs(up);
+      if (Http::PanelHttp* panel = service_.panel()) panel->databaseLinkIs(up);
       if (service_.driver()) service_.statusUpdate();
     });
     follower_.start();
@@ -50,25 +53,8 @@ class DriveRun {
  private:
   void claim() {
     if (!service_.claimPins(std::move(map_), *pins_)) return service_.failed(service_.status());
-    if (http_) http_->driverIs(service_.driver());
     service_.ready();
     service_.timersStart();
-  }
-
-  bool startHttp() {
-    if (options_.httpAddress.empty()) return true;
-    try {
-      http_ = std::make_unique<Http::PanelHttp>(
-          Http::PanelFeed{"drive " + options_.pinMap, *loop_, *pins_, nullptr, nullptr,
-                          [this] { return databaseState(); }, loop_->currentTime()},
-          options_.httpAddress, options_.httpAllowRemote,
-          [this](std::string const& line) { log_.warning(line); });
-    } catch (std::exception const& error) {
-      log_.error(error.what());
-      return false;
-    }
-    log_.notice("panel at " + http_->url());
-    return true;
   }
 
   std::string databaseState() {
@@ -87,7 +73,6 @@ class DriveRun {
   Zel::Ptr<Zel::Dir> pins_;
   Statedb::Redis::PinTableFollower follower_;
   Service service_;
-  std::unique_ptr<Http::PanelHttp> http_;  // last, so that it goes first
 };
 
 }  // namespace

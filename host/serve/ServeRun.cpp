@@ -107,7 +107,6 @@ class ServeRun {
     Drive::PinMap map = std::move(*pinMap_);
     pinMap_.reset();
     if (!service_->claimPins(std::move(map), session_->pins())) return false;
-    if (http_) http_->driverIs(service_->driver());
     readiness_.conditionMet(kPinsCondition);
     return true;
   }
@@ -134,7 +133,9 @@ class ServeRun {
     }
     readiness_.conditionIs(kDatabaseCondition);
     database_->stateHandlerIs([this] {
-      if (http_) http_->databaseLinkIs(database_->state() == "connected");
+      if (Http::PanelHttp* panel = service_->panel()) {
+        panel->databaseLinkIs(database_->state() == "connected");
+      }
       if (readiness_.isReady()) service_->statusUpdate();
     });
     database_->start();
@@ -143,27 +144,18 @@ class ServeRun {
   }
 
   bool startHttp() {
-    if (options_.httpAddress.empty()) return true;
-    try {
-      http_ = std::make_unique<Http::PanelHttp>(
-          Http::PanelFeed{options_.agentName, session_->loop(), session_->pins(),
-                          &session_->mappings(), &session_->leds(),
-                          [this] { return databaseState(); }, session_->startTime()},
-          options_.httpAddress, options_.httpAllowRemote,
-          [this](std::string const& line) { log_.warning(line); });
-    } catch (std::exception const& error) {
-      log_.error(error.what());
+    if (!service_->panelStart({options_.agentName, session_->loop(), session_->pins(),
+                               &session_->mappings(), &session_->leds(),
+                               [this] { return databaseState(); }, session_->startTime()})) {
       return false;
     }
-    http_->driverIs(service_->driver());
-    if (database_) {
-      http_->databaseCountersIs([this] {
+    if (database_ && service_->panel()) {
+      service_->panel()->databaseCountersIs([this] {
         Statedb::Redis::Mirror::Counters const& counters = database_->backend().mirror().counters();
         return Http::DatabaseCounters{counters.resyncs, counters.resyncSeconds,
                                       counters.lastResyncSeconds, counters.refusedRows};
       });
     }
-    log_.notice("panel at " + http_->url());
     return true;
   }
 
@@ -189,13 +181,12 @@ class ServeRun {
   ServiceLog& log_;
   RunSetup setup_;
   Readiness readiness_;
-  // The members go in reverse: the panel, the service with the pins, the database, then the
+  // The members go in reverse: the service with the panel and the pins, the database, then the
   // agent's session, whose last records still reach the host's sink.
   std::optional<Session> session_;
   std::optional<Drive::PinMap> pinMap_;  // read and checked, not claimed yet
   std::unique_ptr<ServerDatabase> database_;
   std::optional<Service> service_;
-  std::unique_ptr<Http::PanelHttp> http_;
   int startFailure_ = kExitFailed;  // the exit status when the start fails
 };
 

@@ -40,6 +40,22 @@ bool Service::claimPins(Drive::PinMap map, Zel::Dir& pins) {
     return false;
   }
   driver_ = std::move(claim.driver);
+  if (panel_) panel_->driverIs(driver_.get());
+  return true;
+}
+
+bool Service::panelStart(Http::PanelFeed feed) {
+  if (options_.httpAddress.empty()) return true;
+  try {
+    panel_ = std::make_unique<Http::PanelHttp>(
+        std::move(feed), options_.httpAddress, options_.httpAllowRemote,
+        [this](std::string const& line) { log_.warning(line); });
+  } catch (std::exception const& error) {
+    log_.error(error.what());
+    return false;
+  }
+  panel_->driverIs(driver_.get());
+  log_.notice("panel at " + panel_->url());
   return true;
 }
 

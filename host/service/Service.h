@@ -10,6 +10,7 @@
 #include <string>
 #include <vector>
 
+#include "host/http/PanelHttp.h"
 #include "host/pins/PinDriver.h"
 #include "host/pins/PinMap.h"
 #include "host/run/Options.h"
@@ -46,6 +47,11 @@ class Service {
   bool claimPins(Drive::PinMap map, Zel::Dir& pins);
   Drive::PinDriver* driver() const noexcept { return driver_.get(); }
 
+  // Serves the panel on the options' address, if any, showing the driver once it claims. False
+  // once a failure to listen is logged.
+  bool panelStart(Http::PanelFeed feed);
+  Http::PanelHttp* panel() const noexcept { return panel_.get(); }
+
   // Pings the watchdog, when the manager asks for pings, and updates the status line every few
   // seconds from now on, both from the loop: a loop that is stuck stops them too.
   void timersStart();
@@ -78,6 +84,7 @@ class Service {
   // On the loop's own clock: a loop that is stuck stops the pings, as the watchdog must see.
   Zel::Timer watchdog_;
   Zel::Timer statusTimer_;
+  std::unique_ptr<Http::PanelHttp> panel_;  // last: it shows the driver, so it goes first
   int status_ = 0;
 };
 

@@ -8,7 +8,7 @@
 #include "host/pins/PinDriver.h"
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/ActivityManagerScope.h"
-#include "tests/drive/RecordingLines.h"
+#include "tests/pins/RecordingLines.h"
 
 namespace Drive {
 namespace {

@@ -9,7 +9,7 @@
 #include "host/run/Session.h"
 #include "host/script/Publisher.h"
 #include "platform/model/CorvelPinConfig.h"
-#include "tests/drive/RecordingLines.h"
+#include "tests/pins/RecordingLines.h"
 
 namespace Drive {
 namespace {
