@@ -215,7 +215,8 @@ def live_rows(table, results):
         label = "5 Live ticks, " + how
         entry = results.benchmark(file_name, "LiveTicks/leds:10000/")
         if entry is None:
-            table.unavailable(label + ", lateness p99", count(10000), "<= bare p99 + 0.3 ms")
+            table.unavailable(label + ", lateness p50 / p99 / max", count(10000),
+                              "<= bare p99 + 0.3 ms")
             table.unavailable(label + ", CPU share", count(10000), "< 5 %")
             continue
         measured = "{} / {} / {} ({} ticks)".format(
