@@ -237,9 +237,10 @@ TEST(PanelEventsTest, AViewerArrivingAfterNobodyWatchedGetsNothingOlderThanItsPi
   pin->valueIs(0);
   bool watched = true;
   std::vector<std::string> events;
-  PanelEvents feed(PanelFeed{"bench", session.loop(), session.pins(), &session.mappings(),
-                             &session.leds(), nullptr, session.startTime()},
-                   [&] { return watched; }, [&](std::string event) { events.push_back(event); });
+  PanelEvents feed(
+      PanelFeed{"bench", session.loop(), session.pins(), &session.mappings(), &session.leds(),
+                nullptr, session.startTime()},
+      [&] { return watched; }, [&](std::string event) { events.push_back(event); });
   feed.viewerArrived();
   pin->valueIs(1);
   session.loop().advance(0.001);  // the first event goes at once
