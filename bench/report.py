@@ -196,8 +196,8 @@ def wake_floor(results, wakes_per_s):
     bare = bare_wake_us(results)
     if bare is None:
         return None
-    return "{:.0f} wakes/s x {} per bare timerfd wake = {:.2f} % of one core before any work".format(
-        wakes_per_s, micros(bare), wakes_per_s * bare / 1e4)
+    return ("{:.0f} wakes/s x {} per bare timerfd wake = {:.2f} % of one core before any "
+            "work").format(wakes_per_s, micros(bare), wakes_per_s * bare / 1e4)
 
 
 def live_rows(table, results):
