@@ -43,14 +43,16 @@ PanelEvents::~PanelEvents() {
 }
 
 void PanelEvents::viewerArrived() {
+  // Marks left by viewers who have gone missed the changes made while nobody watched: the
+  // newcomer's picture has the pins as they are, and those marks could only send stale values.
+  if (marksStale_) {
+    for (auto& [name, slot] : dirty_) slot->dirty = false;
+    dirty_.clear();
+    marksStale_ = false;
+  }
   // Viewers already here may not have seen the latest state yet: the running checks go on and
   // send it to everyone, the newcomer included.
   if (checkTimer_.isRunning()) return;
-  // Changes marked for viewers who have gone are in the newcomer's picture already, and any
-  // made since nobody watched were never marked: an event now could only send stale values.
-  for (auto& [name, slot] : dirty_) slot->dirty = false;
-  dirty_.clear();
-  ledsStale_ = false;
   // The first viewer's picture shows the state as it is now: the checks compare against that.
   lastLeds_ = ledsJson(feed_);
   lastDb_ = feed_.databaseState ? feed_.databaseState() : "";
@@ -71,7 +73,10 @@ void PanelEvents::onPinLeft(std::string const& name) {
 }
 
 void PanelEvents::changed(std::string const& pin, std::optional<std::uint32_t> value) {
-  if (!watched_()) return;
+  if (!watched_()) {
+    marksStale_ = marksStale_ || !dirty_.empty();
+    return;
+  }
   auto const [at, added] = pins_.try_emplace(pin);
   at->second.value = value;
   if (!at->second.dirty) {
@@ -136,6 +141,7 @@ void PanelEvents::flush() {
   if (driverPending_) event += ",\"driver\":" + pinsJson(feed_, driver_);
   event += "}\n\n";
   dirty_.clear();
+  marksStale_ = false;
   ledsPending_ = dbPending_ = driverPending_ = false;
   ++events_;
   publish_(std::move(event));

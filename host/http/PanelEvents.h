@@ -74,7 +74,8 @@ class PanelEvents final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   // are never erased, which keeps the addresses in dirty_ valid.
   std::unordered_map<std::string, PinSlot> pins_;
   std::vector<std::pair<std::string const*, PinSlot*>> dirty_;
-  bool ledsStale_ = false;  // the mappings changed: the next event compares the LEDs
+  bool marksStale_ = false;  // a pin changed unmarked while marks waited: nobody watched
+  bool ledsStale_ = false;   // the mappings changed: the next event compares the LEDs
   bool ledsPending_ = false;
   bool dbPending_ = false;
   bool driverPending_ = false;

@@ -227,6 +227,38 @@ TEST_F(PanelHttpTest, AFastSeriesOfTurnsIsSentAtMostTwentyFiveTimesASecond) {
   EXPECT_LE(events, 15u);  // 0.6 s at 25 a second, and the first at once
 }
 
+// Marks wait for the next event. If the last viewer leaves meanwhile and a pin changes while
+// nobody watches, those marks hold values older than the next viewer's picture and must not
+// reach it. On virtual time, so that the marks are sure to be waiting when the viewers change.
+TEST(PanelEventsTest, AViewerArrivingAfterNobodyWatchedGetsNothingOlderThanItsPicture) {
+  Host::Session session{Zel::ActivityManager::TimeSource::virtualTime, [](std::string const&) {}};
+  auto pin = Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(
+      session.pins().entryIs("fan_green", "Hardware::Gpio::CorvelPinConfig"));
+  pin->valueIs(0);
+  bool watched = true;
+  std::vector<std::string> events;
+  PanelEvents feed(
+      PanelFeed{"bench", session.loop(), session.pins(), &session.mappings(), &session.leds(),
+                nullptr, session.startTime()},
+      [&] { return watched; }, [&](std::string event) { events.push_back(event); });
+  feed.viewerArrived();
+  pin->valueIs(1);
+  session.loop().advance(0.001);  // the first event goes at once
+  pin->valueIs(0);                // marked, to go 40 ms after the first
+  session.loop().runPending();
+  watched = false;
+  pin->valueIs(1);  // nobody watches: not marked
+  session.loop().runPending();
+  watched = true;
+  feed.viewerArrived();  // its picture shows the pin lit
+  session.loop().advance(0.1);
+  ASSERT_FALSE(events.empty());
+  EXPECT_NE(events.front().find("\"fan_green\":1"), std::string::npos) << events.front();
+  for (std::size_t i = 1; i < events.size(); ++i) {
+    EXPECT_EQ(events[i].find("\"fan_green\":0"), std::string::npos) << events[i];
+  }
+}
+
 TEST_F(PanelHttpTest, BadRequestsAreAnsweredOrDroppedAndTheLoopServesTheRest) {
   ServerLimits limits;
   limits.idleSeconds = 1;
