@@ -25,22 +25,6 @@ class FollowTest : public ::testing::Test {
   }
 };
 
-TEST_F(FollowTest, CreationsChangesAndRemovals) {
-  agent.publishMapping("eth1", {.yellow = {"y1"}, .green = {"g1"}});
-  agent.publishLed("eth1", setting("g"));
-  expectTableMatchesAgent();
-  EXPECT_EQ(agent.harness.pinValues({"y1", "g1"}), "01");
-
-  agent.publishLed("eth1", setting("y"));
-  expectTableMatchesAgent();
-  EXPECT_EQ(agent.harness.pinValues({"y1", "g1"}), "10");
-
-  agent.publisher().keyDel(keyOf(kMappingTable, "eth1"));
-  expectTableMatchesAgent();
-  EXPECT_EQ(agent.harness.pinValues({"y1", "g1"}), "--");
-  EXPECT_TRUE(agent.tablePins().empty());
-}
-
 TEST_F(FollowTest, MappingPinsAndReadyInOneHashAreBuiltFromTheNewPins) {
   agent.publishLed("eth1", setting("g"));
   agent.publishMapping("eth1", {.green = {"old"}}, false);
