@@ -5,6 +5,7 @@
 #include <signal.h>
 
 #include <charconv>
+#include <memory>
 #include <vector>
 
 #include "platform/redis/LoopAdapter.h"

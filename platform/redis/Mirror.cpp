@@ -56,7 +56,11 @@ void Mirror::flush() {
   // the scan ends: read page by page, each page's entities reach the agent in a turn of its own,
   // and building them turn by turn cost the agent more than the overlap saved.
   if (isScanning()) return;
-  for (auto const& key : dirty_.take()) read(key);
+  auto const keys = dirty_.take();
+  // A whole read asks for every key at once: grown step by step, the table would rehash a
+  // dozen times.
+  reading_.reserve(reading_.size() + keys.size());
+  for (auto const& key : keys) read(key);
   quietCheck();
 }
 

@@ -43,7 +43,9 @@ void PinTableWriter::flushSoon() {
 void PinTableWriter::flush() {
   flushQueued_ = false;
   if (!link_.isUp() || syncing_) return;  // the rewrite on reconnect takes them in
-  for (auto const& name : marked_.take()) {
+  auto const names = marked_.take();
+  written_.reserve(written_.size() + names.size());  // the first write of every pin, at once
+  for (auto const& name : names) {
     auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(Zel::Name(name)));
     auto held = written_.find(name);
     if (pin) {

@@ -8,8 +8,9 @@
 
 #include "platform/redis/Connection.h"
 #include "platform/redis/ReplyArena.h"
+#include "platform/redis/TableScan.h"
 #include "platform/zel/ActivityManager.h"
-#include "tests/redis/RedisServer.h"
+#include "tests/redis/RedisAgent.h"
 
 namespace PinlampTest {
 namespace {
@@ -88,6 +89,35 @@ TEST(ConnectionTest, CommandQueuedInATurnIsAnsweredWithinOneWaitOfTheLoop) {
   loop.pollIo(5.0);
   ASSERT_EQ(answers.size(), 2u);
   EXPECT_EQ(answers[1], "pin");
+}
+
+// Walks are restarted on the same connection; the answers owed to an earlier one must not be
+// taken for the current one's, or a table would seem to end twice or hold its keys twice.
+TEST(TableScanTest, AWalkStartedAgainOrStoppedHandsEachKeyOnceAndEndsOnce) {
+  RedisServer server;
+  RedisAgent agent(server);
+  for (char const* led : {"a", "b", "c"}) agent.publishLed(led, setting("g"));
+  ASSERT_TRUE(agent.settle());
+  std::vector<std::string> keys;
+  int ends = 0;
+  TableScan scan(
+      agent.backend->link(), kLedTable,
+      [&keys](Reply page) {
+        for (std::size_t i = 0; i < page.size(); ++i) keys.emplace_back(page[i].text());
+      },
+      [&ends] { ++ends; });
+  scan.start();
+  scan.start();
+  ASSERT_TRUE(agent.settle());
+  EXPECT_EQ(ends, 1);
+  EXPECT_EQ(keys.size(), 3u);
+  EXPECT_FALSE(scan.isScanning());
+
+  scan.start();
+  scan.stop();
+  ASSERT_TRUE(agent.settle());
+  EXPECT_EQ(ends, 1);
+  EXPECT_EQ(keys.size(), 3u);
 }
 
 }  // namespace

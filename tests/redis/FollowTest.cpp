@@ -5,6 +5,8 @@
 
 #include <algorithm>
 
+#include "platform/model/CorvelPinConfig.h"
+#include "platform/redis/PinTableFollower.h"
 #include "tests/redis/RedisAgent.h"
 
 namespace PinlampTest {
@@ -22,22 +24,6 @@ class FollowTest : public ::testing::Test {
     EXPECT_EQ(agent.tablePins(), agent.agentPins());
   }
 };
-
-TEST_F(FollowTest, CreationsChangesAndRemovals) {
-  agent.publishMapping("eth1", {.yellow = {"y1"}, .green = {"g1"}});
-  agent.publishLed("eth1", setting("g"));
-  expectTableMatchesAgent();
-  EXPECT_EQ(agent.harness.pinValues({"y1", "g1"}), "01");
-
-  agent.publishLed("eth1", setting("y"));
-  expectTableMatchesAgent();
-  EXPECT_EQ(agent.harness.pinValues({"y1", "g1"}), "10");
-
-  agent.publisher().keyDel(keyOf(kMappingTable, "eth1"));
-  expectTableMatchesAgent();
-  EXPECT_EQ(agent.harness.pinValues({"y1", "g1"}), "--");
-  EXPECT_TRUE(agent.tablePins().empty());
-}
 
 TEST_F(FollowTest, MappingPinsAndReadyInOneHashAreBuiltFromTheNewPins) {
   agent.publishLed("eth1", setting("g"));
@@ -241,6 +227,45 @@ TEST_F(FollowTest, MalformedFieldsAndNamesAreRefusedAndTheAgentGoesOn) {
   agent.publishLed("eth1", setting("r"));
   expectTableMatchesAgent();
   EXPECT_EQ(agent.harness.pinValues({"g1", "r1"}), "01");
+}
+
+// A process that drives pins follows the table the agent writes; a value that is not 0 or 1 is
+// refused about its key and creates no pin.
+TEST(PinTableFollowerTest, FollowsTheAgentsPinsAndRefusesABadValueAboutItsKey) {
+  RedisServer server;
+  RedisAgent agent(server);
+  agent.publishMapping("eth1", {.green = {"g1"}, .red = {"r1"}});
+  agent.publishLed("eth1", setting("g"));
+  ASSERT_TRUE(agent.settle());
+  std::string error;
+  auto const pins = Zel::Dir::dirIs("pins");
+  std::vector<LogRecord> log;
+  PinTableFollower follower(agent.loop(), *endpointOf(server.url(), error), {}, *pins,
+                            [&log](LogRecord const& record) { log.push_back(record); });
+  follower.start();
+  auto synced = [&] {
+    bool done = false;
+    follower.whenSynced([&done] { done = true; });
+    return agent.pumpUntil([&done] { return done; });
+  };
+  auto value = [&pins](char const* pin) {
+    auto const config = Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(pins->entityRef(pin));
+    return config ? static_cast<int>(config->value()) : -1;
+  };
+  ASSERT_TRUE(synced());
+  EXPECT_EQ(value("g1"), 1);
+  EXPECT_EQ(value("r1"), 0);
+
+  agent.publishLed("eth1", setting("r"));
+  ASSERT_TRUE(agent.settle());
+  agent.publisher().hashIs(keyOf(kPinTable, "bad"), {{"value", "2"}}, false);
+  ASSERT_TRUE(synced());
+  EXPECT_EQ(value("g1"), 0);
+  EXPECT_EQ(value("r1"), 1);
+  EXPECT_EQ(value("bad"), -1);
+  ASSERT_EQ(log.size(), 2u);  // the connection, and the refusal
+  EXPECT_EQ(log[1].severity, Severity::warning);
+  EXPECT_EQ(log[1].subject, "GPIO_PIN|bad");
 }
 
 TEST(HungServerTest, IsNoticedByTheKeepaliveAndRecoveredFrom) {
