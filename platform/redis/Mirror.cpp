@@ -145,7 +145,6 @@ void Mirror::resync() {
   deleted_.clear();  // what happened while no notification came is unknown
   reading_.clear();
   asked_.clear();
-  seen_.clear();
   sent_ = answered_ = 0;
   resyncReads_.reset();
   resyncing_ = true;
@@ -167,17 +166,12 @@ void Mirror::linkDown() {
 }
 
 void Mirror::scanned(Reply keys) {
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    std::string key(keys[i].text());
-    keyTouched(key);
-    seen_.insert(std::move(key));
-  }
+  for (std::size_t i = 0; i < keys.size(); ++i) keyTouched(keys[i].text());
 }
 
 void Mirror::scanDone() {
   if (isScanning()) return;
   removeUnseen();
-  seen_.clear();
   flush();
   resyncReads_ = sent_;
   resyncCheck();
@@ -193,10 +187,11 @@ void Mirror::resyncCheck() {
 }
 
 void Mirror::removeUnseen() {
-  // Gone while the link was down: no key, and nothing touched it since the scan began.
+  // Gone while the link was down: neither found by the scan nor touched since it began. Nothing
+  // is read while the tables are scanned, so every key found is still waiting to be read.
   auto gone = [this](char const* table, Zel::Name const& name) {
     std::string const key = keyOf(table, name.view());
-    return !seen_.count(key) && !dirty_.contains(key) && !reading_.count(key);
+    return !dirty_.contains(key) && !reading_.count(key);
   };
   std::vector<Zel::Name> names;
   for (auto member : leds_.leds()) {

@@ -85,7 +85,6 @@ class Mirror final : private Connection::Receiver {
   bool flushQueued_ = false;
   TableScan ledScan_;
   TableScan mappingScan_;
-  std::unordered_set<std::string> seen_;  // keys the whole read found
   // Keys deleted since their last read: one that exists again at the read was replaced whole
   // (DEL and HSET in one transaction) and is published as a new entity, as its writer meant;
   // any other changed hash is applied to the published entity in place.

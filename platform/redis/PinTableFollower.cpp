@@ -39,7 +39,6 @@ PinTableFollower::~PinTableFollower() {
 void PinTableFollower::onLinkUp() {
   // Subscribed already, so a whole read now misses nothing published from here on.
   ++generation_;
-  seen_.clear();
   readsOwed_ = 0;
   scan_.start();
   if (upHandler_) upHandler_(true);
@@ -114,23 +113,18 @@ void PinTableFollower::apply(std::string const& key, std::string const& name, Re
 }
 
 void PinTableFollower::scanned(Reply keys) {
-  for (std::size_t i = 0; i < keys.size(); ++i) {
-    std::string key(keys[i].text());
-    mark(key);
-    seen_.insert(std::move(key));
-  }
+  for (std::size_t i = 0; i < keys.size(); ++i) mark(std::string(keys[i].text()));
 }
 
 void PinTableFollower::scanDone() {
   link_.wholeReadDone();
-  // Gone while the link was down: no key, and nothing touched it since the read began.
+  // Gone while the link was down: neither found by the scan nor touched since it began. Nothing
+  // is read while the table is scanned, so every key found is still waiting to be read.
   std::vector<Zel::Name> gone;
   for (auto const& member : pins_->entries()) {
-    std::string const key = keyOf(kPinTable, member.key.view());
-    if (!seen_.count(key) && !dirty_.contains(key)) gone.push_back(member.key);
+    if (!dirty_.contains(keyOf(kPinTable, member.key.view()))) gone.push_back(member.key);
   }
   for (auto const& name : gone) pins_->entryDel(name);
-  seen_.clear();
   flushSoon();
   quietCheck();
 }

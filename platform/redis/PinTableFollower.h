@@ -10,7 +10,6 @@
 #include <functional>
 #include <string>
 #include <string_view>
-#include <unordered_set>
 #include <vector>
 
 #include "platform/redis/DirtyKeys.h"
@@ -58,7 +57,6 @@ class PinTableFollower final : private Link::Listener {
   Zel::Ptr<Zel::Dir> pins_;
   Log log_;
   DirtyKeys dirty_;
-  std::unordered_set<std::string> seen_;  // keys the whole read found
   bool flushQueued_ = false;
   TableScan scan_;
   std::size_t readsOwed_ = 0;

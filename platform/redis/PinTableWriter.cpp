@@ -129,14 +129,20 @@ void PinTableWriter::syncStep() {
   if (scan_.isScanning() || !asked_.empty() || !syncing_ || !inputsRead_) return;
   syncing_ = false;
   // Only what differs is marked: a reconnect with nothing changed queues no work per pin.
+  std::size_t held = 0;  // pins the table holds
   for (auto member : pins_->entries()) {
     auto const pin = Zel::ptrCast<CorvelPinConfig>(member.value);
     std::string name = member.key.stdString();
-    auto const held = written_.find(name);
-    if (!pin || held == written_.end() || held->second != pin->value()) mark(name);
+    auto const row = written_.find(name);
+    if (row != written_.end()) ++held;
+    if (!pin || row == written_.end() || row->second != pin->value()) mark(name);
   }
-  for (auto const& [name, value] : written_) {
-    if (!pins_->entityRef(Zel::Name(name))) mark(name);
+  // A row without a pin is one the agent no longer has; when every row has its pin, the pins
+  // need not be looked up again one by one.
+  if (held != written_.size()) {
+    for (auto const& [name, value] : written_) {
+      if (!pins_->entityRef(Zel::Name(name))) mark(name);
+    }
   }
   flush();
   rewritten();

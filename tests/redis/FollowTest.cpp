@@ -266,6 +266,19 @@ TEST(PinTableFollowerTest, FollowsTheAgentsPinsAndRefusesABadValueAboutItsKey) {
   ASSERT_EQ(log.size(), 2u);  // the connection, and the refusal
   EXPECT_EQ(log[1].severity, Severity::warning);
   EXPECT_EQ(log[1].subject, "GPIO_PIN|bad");
+
+  // A row deleted while the follower is away is gone once it has read the table again.
+  agent.publisher().hashIs(keyOf(kPinTable, "extra"), {{"value", "1"}}, false);
+  ASSERT_TRUE(synced());
+  EXPECT_EQ(value("extra"), 1);
+  agent.publisher().command({"CLIENT", "KILL", "TYPE", "pubsub"});
+  agent.publisher().keyDel(keyOf(kPinTable, "extra"));
+  ASSERT_TRUE(agent.pumpUntil([&] { return !follower.isUp(); }));
+  agent.advance(1.0);  // the back-off
+  ASSERT_TRUE(agent.pumpUntil([&] { return follower.isUp(); }));
+  ASSERT_TRUE(synced());
+  EXPECT_EQ(value("extra"), -1);
+  EXPECT_EQ(value("r1"), 1);
 }
 
 TEST(HungServerTest, IsNoticedByTheKeepaliveAndRecoveredFrom) {
