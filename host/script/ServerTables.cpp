@@ -58,7 +58,7 @@ void ServerTables::publish(MappingCommand const& command) {
   Hash hash;
   for (std::size_t colour = 0; colour < kColourCount; ++colour) {
     if (command.pins[colour])
-      hash.emplace_back(kColourFields[colour], joined(*command.pins[colour]));
+      hash.emplace_back(Hardware::Gpio::kColourTable[colour].name, joined(*command.pins[colour]));
   }
   if (command.ready) hash.emplace_back("ready", *command.ready ? "1" : "0");
   if (command.replace && !command.ready) hash.emplace_back("ready", "0");

@@ -34,11 +34,10 @@ std::optional<double> intervalOf(std::string_view view) {
   return value;
 }
 
+// Pin-name fields and light-setting flags are named after the colours.
 int colourIndex(std::string_view field) {
-  for (std::size_t i = 0; i < kColourFields.size(); ++i) {
-    if (field == kColourFields[i]) return static_cast<int>(i);
-  }
-  return -1;
+  auto const colour = Hardware::Gpio::colourNamed(field);
+  return colour ? static_cast<int>(Hardware::Gpio::indexOf(*colour)) : -1;
 }
 
 std::string joined(std::vector<std::string_view> const& names) {
@@ -78,9 +77,8 @@ std::vector<FieldView> viewOf(Hash const& hash) {
 }
 
 Decoded<Led::LightSetting> lightSettingOf(HashView hash, Led::LightSetting setting) {
-  setting.yellow = setting.green = setting.red = setting.orange = false;
+  for (auto const& row : Hardware::Gpio::kColourTable) setting.*row.lit = false;
   setting.flashInterval = 0.0;
-  bool* const flags[4] = {&setting.yellow, &setting.green, &setting.red, &setting.orange};
   for (auto const& [field, value] : hash) {
     if (int const colour = colourIndex(field); colour >= 0) {
       auto flag = flagOf(value);
@@ -88,7 +86,7 @@ Decoded<Led::LightSetting> lightSettingOf(HashView hash, Led::LightSetting setti
         return refused<Led::LightSetting>(std::string(field), std::string(value),
                                           "a flag is 0 or 1");
       }
-      *flags[colour] = *flag;
+      setting.*Hardware::Gpio::kColourTable[static_cast<std::size_t>(colour)].lit = *flag;
     } else if (field == "flashInterval") {
       auto interval = intervalOf(value);
       if (!interval) {
@@ -102,9 +100,9 @@ Decoded<Led::LightSetting> lightSettingOf(HashView hash, Led::LightSetting setti
 }
 
 Hash hashOf(Led::LightSetting const& setting) {
-  bool const flags[4] = {setting.yellow, setting.green, setting.red, setting.orange};
   Hash hash;
-  for (std::size_t i = 0; i < 4; ++i) hash.emplace_back(kColourFields[i], flags[i] ? "1" : "0");
+  for (auto const& row : Hardware::Gpio::kColourTable)
+    hash.emplace_back(row.name, setting.*row.lit ? "1" : "0");
   char interval[40];
   std::snprintf(interval, sizeof interval, "%.17g", setting.flashInterval);
   hash.emplace_back("flashInterval", interval);
@@ -143,7 +141,8 @@ Decoded<Mapping> mappingOf(HashView hash) {
 
 Hash hashOf(Mapping const& mapping) {
   Hash hash;
-  for (std::size_t i = 0; i < 4; ++i) hash.emplace_back(kColourFields[i], joined(mapping.pins[i]));
+  for (auto const& row : Hardware::Gpio::kColourTable)
+    hash.emplace_back(row.name, joined(mapping.pins[Hardware::Gpio::indexOf(row.colour)]));
   hash.emplace_back("ready", mapping.ready ? "1" : "0");
   return hash;
 }

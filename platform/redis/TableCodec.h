@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "platform/model/LightSetting.h"
+#include "platform/model/PinColour.h"
 
 namespace Statedb::Redis {
 
@@ -25,9 +26,6 @@ using Hash = std::vector<std::pair<std::string, std::string>>;
 using FieldView = std::pair<std::string_view, std::string_view>;
 using HashView = std::span<FieldView const>;
 std::vector<FieldView> viewOf(Hash const& hash);
-
-// Pin-name fields and light-setting flags, in the order the model lists pins.
-inline constexpr std::array<char const*, 4> kColourFields = {"yellow", "green", "red", "orange"};
 
 struct Refusal {
   std::string field;  // empty when the key itself is refused
@@ -59,7 +57,7 @@ Hash hashOf(Led::LightSetting const& setting);
 // GPIO_LED: yellow, green, red, orange (comma-separated pin names, absent or empty = none) and
 // ready ("0"/"1", absent = 0). The pin names are views into the decoded hash's text.
 struct Mapping {
-  std::array<std::vector<std::string_view>, 4> pins;  // by colour, in kColourFields order
+  std::array<std::vector<std::string_view>, Hardware::Gpio::kPinColourCount> pins;  // by colour
   bool ready = false;
 };
 Decoded<Mapping> mappingOf(HashView hash);
