@@ -282,9 +282,9 @@ void ConfigReactor::ZelGpioLedConfig::createLedConfig() {
       Zel::validPtr(owner.corvelLedSystemConfig_).gpioLedsIs(mapping.name());
   Zel::Dir& pins = Zel::validPtr(owner.gpioPinConfigDir_);
   static Zel::String const pinType("Hardware::Gpio::CorvelPinConfig");
+  // The entry made, or the one already there under that name, whatever its type.
   auto pinFor = [&pins](Zel::Name const& pinName) {
-    pins.entryIs(pinName, pinType);
-    return Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(pins.entityRef(pinName));
+    return Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(pins.entryIs(pinName, pinType));
   };
   for (CreatedPinTrace const& colour : kCreatedPinTraces) {
     for (auto member : mapping.pinNames(colour.colour)) {
