@@ -115,6 +115,10 @@ void ConfigReactor::hasNotificationActiveIs(bool active) {
   notificationActiveFlagIs(active);
   if (gpioLedSystemConfigDir_) gpioLedSystemConfigDir_->hasNotificationActiveIs(active);
   if (hwLedConfigDir_) hwLedConfigDir_->hasNotificationActiveIs(active);
+  // Members are made active, so only members switched off with the reactor need switching back
+  // on: switching on a freshly built reactor does not walk every LED a second time.
+  if (active && !membersSwitchedOff_) return;
+  membersSwitchedOff_ = !active;
   for (auto member : gpioLedStateMachine_) member.value->hasNotificationActiveIs(active);
   for (auto member : gpioLedConfig_) member.value->hasNotificationActiveIs(active);
 }
