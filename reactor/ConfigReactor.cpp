@@ -115,6 +115,10 @@ void ConfigReactor::hasNotificationActiveIs(bool active) {
   notificationActiveFlagIs(active);
   if (gpioLedSystemConfigDir_) gpioLedSystemConfigDir_->hasNotificationActiveIs(active);
   if (hwLedConfigDir_) hwLedConfigDir_->hasNotificationActiveIs(active);
+  // Members are made active, so only members switched off with the reactor need switching back
+  // on: switching on a freshly built reactor does not walk every LED a second time.
+  if (active && !membersSwitchedOff_) return;
+  membersSwitchedOff_ = !active;
   for (auto member : gpioLedStateMachine_) member.value->hasNotificationActiveIs(active);
   for (auto member : gpioLedConfig_) member.value->hasNotificationActiveIs(active);
 }
@@ -282,9 +286,9 @@ void ConfigReactor::ZelGpioLedConfig::createLedConfig() {
       Zel::validPtr(owner.corvelLedSystemConfig_).gpioLedsIs(mapping.name());
   Zel::Dir& pins = Zel::validPtr(owner.gpioPinConfigDir_);
   static Zel::String const pinType("Hardware::Gpio::CorvelPinConfig");
+  // The entry made, or the one already there under that name, whatever its type.
   auto pinFor = [&pins](Zel::Name const& pinName) {
-    pins.entryIs(pinName, pinType);
-    return Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(pins.entityRef(pinName));
+    return Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(pins.entryIs(pinName, pinType));
   };
   for (CreatedPinTrace const& colour : kCreatedPinTraces) {
     for (auto member : mapping.pinNames(colour.colour)) {

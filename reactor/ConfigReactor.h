@@ -135,6 +135,7 @@ class ConfigReactor : public Zel::PtrInterface {
   Zel::NameMap<Zel::Ptr<GpioLedStateMachine>> gpioLedStateMachine_;
   Zel::NameMap<Zel::Ptr<ZelGpioLedConfig>> gpioLedConfig_;
   Zel::Ptr<CorvelGpioLedSystemConfigDir> corvelLedSystemConfig_;
+  bool membersSwitchedOff_ = false;
 };
 
 // Allocates a reactor (a tracked framework allocation) with notification on.

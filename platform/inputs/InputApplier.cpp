@@ -9,6 +9,20 @@ namespace {
 using Hardware::Gpio::GpioLedConfig;
 using Hardware::Gpio::kPinColours;
 using Hardware::Gpio::PinColour;
+using Hardware::Gpio::PinNameSet;
+
+constexpr std::size_t kScannedPinSet = 8;
+
+// Whether the set holds `pin`, set, compared as text: a resync re-applies every mapping as it
+// stands, and this spares making a name (an allocation) for each pin that is already there.
+// Pin sets are a handful of names; a larger one is asked by name.
+bool holdsSet(PinNameSet const& set, std::string_view pin) {
+  if (set.size() > kScannedPinSet) return false;
+  for (auto it = set.begin(); it != set.end(); ++it) {
+    if (it.key().view() == pin) return it.value();
+  }
+  return false;
+}
 
 void pinSetIs(GpioLedConfig& mapping, PinColour colour, std::vector<std::string_view> const& pins) {
   // Collected first: removing from the set being walked would invalidate the walk.
@@ -19,7 +33,10 @@ void pinSetIs(GpioLedConfig& mapping, PinColour colour, std::vector<std::string_
     }
   }
   for (Zel::Name const& pin : stale) mapping.pinNamesDel(colour, pin);
-  for (std::string_view pin : pins) mapping.pinNamesIs(colour, Zel::Name(pin.data(), pin.size()));
+  for (std::string_view pin : pins) {
+    if (holdsSet(mapping.pinNames(colour), pin)) continue;
+    mapping.pinNamesIs(colour, Zel::Name(pin.data(), pin.size()));
+  }
 }
 
 void fieldsApplied(GpioLedConfig& mapping, MappingFields const& fields) {

@@ -47,31 +47,28 @@ PinDirectoryFollower::PinDirectoryFollower(Zel::Dir& pins, Owner& owner)
 }
 
 PinDirectoryFollower::~PinDirectoryFollower() {
-  for (auto& [name, reactor] : followed_) reactor->detach();
+  for (auto member : followed_) member.value->detach();
   dirReactor_->ownerDel();
   dirReactor_->notifierIs(nullptr);
 }
 
 void PinDirectoryFollower::onEntry(Zel::Name const& name) {
   auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(name));
-  std::string key = name.stdString();
-  auto found = followed_.find(key);
-  if (found != followed_.end()) {
-    if (pin && found->second->notifier() == pin.ptr()) return;
-    found->second->detach();
+  if (Zel::Ptr<PinReactor>* found = followed_.find(name)) {
+    if (pin && (*found)->notifier() == pin.ptr()) return;
+    (*found)->detach();
     if (!pin) {
-      followed_.erase(found);
-      owner_->onPinLeft(key);
+      followed_.take(name);
+      owner_->onPinLeft(name.stdString());
       return;
     }
-    found->second = nullptr;
+    *found = Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(pin), this);
   } else if (!pin) {
     return;
   } else {
-    found = followed_.emplace(key, nullptr).first;
+    followed_.insert(name, Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(pin), this));
   }
-  found->second = Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(pin), this);
-  owner_->onPinArrived(key, *pin);
+  owner_->onPinArrived(name.stdString(), *pin);
 }
 
 // The directory does not say what changed: every pin it holds and every pin followed is looked at.
@@ -79,7 +76,7 @@ void PinDirectoryFollower::onAllEntries() {
   std::vector<Zel::Name> names;
   names.reserve(pins_->entryCount() + followed_.size());
   for (auto member : pins_->entries()) names.push_back(member.key);
-  for (auto const& [name, reactor] : followed_) names.emplace_back(name);
+  for (auto member : followed_) names.push_back(member.key);
   for (Zel::Name const& name : names) onEntry(name);
 }
 

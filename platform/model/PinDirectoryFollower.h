@@ -5,10 +5,10 @@
 #pragma once
 
 #include <string>
-#include <unordered_map>
 
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/zel/Dir.h"
+#include "platform/zel/NameMap.h"
 #include "platform/zel/Ptr.h"
 
 namespace Hardware::Gpio {
@@ -45,7 +45,8 @@ class PinDirectoryFollower {
   Zel::Ptr<Zel::Dir> pins_;
   Owner* owner_;
   Zel::Ptr<DirReactor> dirReactor_;
-  std::unordered_map<std::string, Zel::Ptr<PinReactor>> followed_;
+  // Keyed by the directory's own names, so a notification's look-up shares the key it carries.
+  Zel::NameMap<Zel::Ptr<PinReactor>> followed_;
 };
 
 }  // namespace Hardware::Gpio

@@ -77,6 +77,12 @@ TEST_F(InputApplierTest, ASetChangesTheMappingInPlacePinsFirstThenReady) {
   loop_->runPending();
   EXPECT_EQ(log_, Log{});
   EXPECT_EQ(published->gpioGreenName().size(), 2u);
+
+  // One pin under two colours (a mixed colour lit through the pins of others) is held by each.
+  Inputs::mappingApplied(*mappings_, name_, InputChange::set, fields({"g3", "g1"}, {"g1"}, true));
+  loop_->runPending();
+  EXPECT_EQ(log_, Log{"red g1"});
+  EXPECT_TRUE(published->gpioRedName().contains("g1"));
   watcher->notifierIs(nullptr);
 }
 

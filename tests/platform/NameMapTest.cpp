@@ -135,4 +135,25 @@ TEST_P(NameMapSizeTest, ShrinkingWaitsForTheWalkAndKeepsEveryRemainingMember) {
 
 INSTANTIATE_TEST_SUITE_P(Sizes, NameMapSizeTest, testing::Values(3, 8, 9, 40, 5000));
 
+// A large map stays O(1) per operation only if its index is rebuilt rarely: a rebuild costs the
+// whole index, so one per insertion (a growth rule that never grows, tombstones never cleared)
+// would make every insertion O(N) without any lookup going wrong.
+TEST(NameMapCostTest, RebuildsItsIndexRarelyWhileGrowingAndUnderChurn) {
+  int const count = 20000;
+  Map map;
+  auto const before = Map::indexBuildsInProcess();
+  fill(map, count);
+  // Doubling up to the first power of two above twice the members: about log2 of them.
+  EXPECT_LE(Map::indexBuildsInProcess() - before, 15u);
+
+  auto const grown = Map::indexBuildsInProcess();
+  for (int i = 0; i < count; ++i) {
+    map.insert(keyOf(count + i), i);
+    ASSERT_EQ(map.take(keyOf(i)), i + 1);
+  }
+  // Tombstones fill the free quarter of the index at most once per that many removals.
+  EXPECT_LE(Map::indexBuildsInProcess() - grown, 3u);
+  for (int i = 0; i < count; i += 997) ASSERT_NE(map.find(keyOf(count + i)), nullptr);
+}
+
 }  // namespace

@@ -91,5 +91,20 @@ TEST_F(ConfigChangeTest, ANullMappingIsRefusedWithTheMutatorsText) {
   EXPECT_EQ(harness_.traces(), Texts{});
 }
 
+// A reactor switched off holds its LEDs still; switched back on, every LED it held reacts again,
+// those built before it was first switched on included.
+TEST_F(ConfigChangeTest, SwitchedOffTheLedsHoldAndSwitchedBackOnTheyFollowAgain) {
+  Pinlamp::ConfigReactor& reactor = *harness_.reactor();
+  reactor.hasNotificationActiveIs(false);
+  harness_.setLed("Led1", setting("r"));
+  harness_.runPending();
+  EXPECT_EQ(led1Pins(), "0100");
+
+  reactor.hasNotificationActiveIs(true);
+  harness_.setLed("Led1", setting("y"));
+  harness_.runPending();
+  EXPECT_EQ(led1Pins(), "1000");
+}
+
 }  // namespace
 }  // namespace PinlampTest
