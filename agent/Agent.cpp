@@ -1,6 +1,7 @@
 #include "agent/Agent.h"
 
 #include "agent/AgentFactory.h"
+#include "platform/model/DatabasePaths.h"
 #include "platform/zel/Assert.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
@@ -20,14 +21,14 @@ struct MountRequest {
 // Only the first two and the last are read; the others are mounted so that the agent starts
 // only once the whole LED and cooling configuration is available.
 constexpr MountRequest kMounts[] = {
-    {"hardware/gpio/config/led", "Hardware::Gpio::GpioLedSystemConfigDir", "r"},
-    {"hardware/led/config", "Hardware::Led::LedSystemConfigDir", "r"},
+    {Hardware::kGpioLedMappingPath, "Hardware::Gpio::GpioLedSystemConfigDir", "r"},
+    {Hardware::kLedConfigPath, "Hardware::Led::LedSystemConfigDir", "r"},
     {"hardware/led/configInit", "Hardware::Led::LedSystemConfigDir", "r"},
     {"hardware/fanController/config", "Zel::Dir", "r"},
     {"environment/cooling/config", "Environment::Cooling::Config", "r"},
     {"hardware/corvel/gpio/init", "Zel::Dir", "r"},
     {"hardware/gpio/config", "Zel::Dir", "r"},
-    {"hardware/corvel/gpio/config", "Zel::Dir", "wi"},
+    {Hardware::kCorvelPinPath, "Zel::Dir", "wi"},
 };
 
 // Line numbers that the start-up records and the failed-mount assertion carry. They are part of
@@ -75,10 +76,10 @@ void Agent::doMountsComplete(Statedb::MountStatus status,
   }
   Statedb::EntityManager const& entities = Zel::validPtr(entityManager);
   gpioLedSystemConfigDir_ =
-      Zel::ptrCast<GpioLedSystemConfigDir const>(entities.getEntity("hardware/gpio/config/led"));
+      Zel::ptrCast<GpioLedSystemConfigDir const>(entities.getEntity(Hardware::kGpioLedMappingPath));
   hwLedConfigDir_ =
-      Zel::ptrCast<LedSystemConfigDir const>(entities.getEntity("hardware/led/config"));
-  gpioPinConfigDir_ = Zel::ptrCast<Zel::Dir>(entities.getEntity("hardware/corvel/gpio/config"));
+      Zel::ptrCast<LedSystemConfigDir const>(entities.getEntity(Hardware::kLedConfigPath));
+  gpioPinConfigDir_ = Zel::ptrCast<Zel::Dir>(entities.getEntity(Hardware::kCorvelPinPath));
   configReactorIs(gpioLedSystemConfigDir_, hwLedConfigDir_, gpioPinConfigDir_);
 }
 

@@ -2,6 +2,7 @@
 
 #include <cstdint>
 
+#include "platform/model/DatabasePaths.h"
 #include "platform/zel/Allocate.h"
 #include "platform/zel/Exception.h"
 #include "platform/zel/TypeNode.h"
@@ -362,7 +363,7 @@ Zel::Ptr<CorvelGpioLedSystemConfigDir> ConfigReactor::corvelLedSystemConfigDel()
 }
 
 void ConfigReactor::handleInitialized() {
-  corvelLedSystemConfigIs("ledSystem");
+  corvelLedSystemConfigIs(Hardware::kLedSystemEntry);
 }
 
 // --- per-LED decisions ----------------------------------------------------------------------

@@ -4,16 +4,12 @@
 
 #include "agent/AgentFactory.h"
 #include "platform/model/CorvelPinConfig.h"
+#include "platform/model/DatabasePaths.h"
 #include "platform/model/GpioLedConfig.h"
 #include "platform/model/LedConfig.h"
 #include "platform/zel/Allocate.h"
 
 namespace PinlampBench {
-
-namespace {
-char const kMappingPath[] = "hardware/gpio/config/led";
-char const kLedPath[] = "hardware/led/config";
-}  // namespace
 
 Led::LightSetting steady(bool green) {
   Led::LightSetting setting;
@@ -38,9 +34,9 @@ AgentRig::AgentRig(Zel::ActivityManager::TimeSource source)
       database_(Statedb::Database::databaseIs()),
       entityManager_(Statedb::EntityManager::entityManagerIs(database_)) {
   mappings_ = Zel::ptrCast<Hardware::Gpio::GpioLedSystemConfigDir>(
-      database_->entityIs(kMappingPath, "Hardware::Gpio::GpioLedSystemConfigDir"));
+      database_->entityIs(Hardware::kGpioLedMappingPath, "Hardware::Gpio::GpioLedSystemConfigDir"));
   leds_ = Zel::ptrCast<Hardware::Led::LedSystemConfigDir>(
-      database_->entityIs(kLedPath, "Hardware::Led::LedSystemConfigDir"));
+      database_->entityIs(Hardware::kLedConfigPath, "Hardware::Led::LedSystemConfigDir"));
   if (!mappings_ || !leds_) throw std::runtime_error("input directories not created");
 }
 
@@ -122,7 +118,7 @@ std::size_t AgentRig::machineCount() const {
 }
 
 Zel::Dir& AgentRig::pinDir() const {
-  auto dir = Zel::ptrCast<Zel::Dir>(database_->entityIs("hardware/corvel/gpio/config", "Zel::Dir"));
+  auto dir = Zel::ptrCast<Zel::Dir>(database_->entityIs(Hardware::kCorvelPinPath, "Zel::Dir"));
   if (!dir) throw std::runtime_error("pin directory not created");
   return *dir;
 }
