@@ -63,32 +63,15 @@ class ScriptMaker {
 
   std::string command() {
     std::string const led = kLeds[below(std::size(kLeds))];
-    switch (below(20)) {
-      case 0:
-      case 1:
-      case 2:
-      case 3:
-      case 4:
-      case 5:
-        return "set mapping " + led + mappingFields();
-      case 6:
-      case 7:
-        return "replace mapping " + led + mappingFields();
-      case 8:
-      case 9:
-      case 10:
-      case 11:
-        return "set led " + led + ledFields();
-      case 12:
-        return "replace led " + led + ledFields();
-      case 13:
-        return "remove mapping " + led;
-      case 14:
-      case 15:
-        return "remove led " + led;
-      default:
-        return std::string("wait ") + kWaits[below(std::size(kWaits))];
-    }
+    // Out of 20: 6 set and 2 replace a mapping, 4 set and 1 replace an LED, 1 and 2 remove them.
+    std::size_t const pick = below(20);
+    if (pick < 6) return "set mapping " + led + mappingFields();
+    if (pick < 8) return "replace mapping " + led + mappingFields();
+    if (pick < 12) return "set led " + led + ledFields();
+    if (pick < 13) return "replace led " + led + ledFields();
+    if (pick < 14) return "remove mapping " + led;
+    if (pick < 16) return "remove led " + led;
+    return std::string("wait ") + kWaits[below(std::size(kWaits))];
   }
 
   // Any subset of the colours, each with no, one or two pins of a small shared pool, and often

@@ -100,17 +100,21 @@ class ServeNotifyTest : public testing::Test {
     }
   }
 
-  std::string wardenLog() const {
-    std::ifstream in(dir_ / "stderr");
+  static std::string contents(fs::path const& path) {
+    std::ifstream in(path);
     std::ostringstream text;
     text << in.rdbuf();
     return text.str();
   }
+  std::string wardenLog() const { return contents(dir_ / "stderr"); }
+
+  static Clock::time_point after(double seconds) {
+    return Clock::now() + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
+  }
 
   // The next notification, or nothing once `seconds` have passed.
   std::optional<Message> next(double seconds) {
-    auto const deadline =
-        Clock::now() + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
+    auto const deadline = after(seconds);
     for (;;) {
       auto const left =
           std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now());
@@ -127,11 +131,8 @@ class ServeNotifyTest : public testing::Test {
   // Waits for a notification that starts with `prefix`, collecting the others on the way.
   std::optional<Message> awaitMessage(std::string const& prefix, double seconds,
                                       std::vector<Message>* passed = nullptr) {
-    auto const deadline =
-        Clock::now() + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
-    while (Clock::now() < deadline) {
-      std::optional<Message> message = next(Seconds(deadline - Clock::now()).count());
-      if (!message) break;
+    auto const deadline = after(seconds);
+    while (std::optional<Message> message = next(Seconds(deadline - Clock::now()).count())) {
       if (message->text.starts_with(prefix)) return message;
       if (passed) passed->push_back(*message);
     }
@@ -141,7 +142,7 @@ class ServeNotifyTest : public testing::Test {
   // Every notification during the next `seconds`.
   std::vector<Message> collect(double seconds) {
     std::vector<Message> messages;
-    auto const end = Clock::now() + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
+    auto const end = after(seconds);
     while (std::optional<Message> message = next(Seconds(end - Clock::now()).count())) {
       messages.push_back(*message);
     }
@@ -156,30 +157,33 @@ class ServeNotifyTest : public testing::Test {
     return times;
   }
 
-  // Waits until warden's log holds `text`.
-  bool awaitLog(std::string const& text, double seconds) {
-    auto const deadline =
-        Clock::now() + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
-    while (Clock::now() < deadline) {
-      if (wardenLog().find(text) != std::string::npos) return true;
-      next(0.05);  // paces the wait on the socket rather than on a sleep
+  // Whether `done` holds within `seconds`; the wait is paced on the socket, not on a sleep.
+  template <typename Done>
+  bool awaitTrue(Done const& done, double seconds) {
+    for (auto const deadline = after(seconds); Clock::now() < deadline; next(0.02)) {
+      if (done()) return true;
     }
     return false;
   }
 
+  bool awaitLog(std::string const& text, double seconds) {
+    return awaitTrue([&] { return wardenLog().find(text) != std::string::npos; }, seconds);
+  }
+
   // Exit status of the child, or -1 if it has not exited within `seconds`.
   int awaitExit(double seconds) {
-    auto const deadline =
-        Clock::now() + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
-    while (Clock::now() < deadline) {
-      int status = 0;
-      if (::waitpid(child_, &status, WNOHANG) == child_) {
-        child_ = -1;
-        return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
-      }
-      next(0.05);  // paces the wait on the socket rather than on a sleep
-    }
-    return -1;
+    int status = 0;
+    if (!awaitTrue([&] { return ::waitpid(child_, &status, WNOHANG) == child_; }, seconds))
+      return -1;
+    child_ = -1;
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+  }
+
+  // SIGTERM, as the service manager stops the unit: warden says so and exits 0.
+  void expectCleanStop() {
+    ASSERT_EQ(::kill(child_, SIGTERM), 0);
+    EXPECT_TRUE(awaitMessage("STOPPING=1", 10)) << wardenLog();
+    EXPECT_EQ(awaitExit(10), 0) << wardenLog();
   }
 
   fs::path dir_;
@@ -202,9 +206,7 @@ TEST_F(ServeNotifyTest, ReadyAfterTheMountsThenPingsAtHalfTheIntervalThenStopsCl
   EXPECT_GE(times.size(), 14u);
   EXPECT_LE(times.size(), 22u);
 
-  ASSERT_EQ(::kill(child_, SIGTERM), 0);
-  ASSERT_TRUE(awaitMessage("STOPPING=1", 10)) << wardenLog();
-  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+  expectCleanStop();
   // Each line carries its syslog priority: host messages notice or info, trace records debug.
   std::istringstream lines(wardenLog());
   std::vector<std::string> prefixes;
@@ -230,36 +232,6 @@ TEST_F(ServeNotifyTest, AStalledLoopStopsThePings) {
   ASSERT_FALSE(times.empty());
   EXPECT_GE(Seconds(times.back() - stalled).count(), kStallSeconds) << "the pings did not resume";
   EXPECT_LT(kPingInterval, longestGap);
-}
-
-TEST_F(ServeNotifyTest, HangUpReloadsTheTraceLevelsAndKeepsTheRest) {
-  std::string const config = (dir_ / "pinlamp.toml").string();
-  std::ofstream(config) << "name = \"lamp\"\ntrace = [\"Pinlamp/3\"]\n";
-  startWarden(config);
-  ASSERT_TRUE(awaitMessage("READY=1", 20)) << wardenLog();
-
-  std::ofstream(config) << "name = \"lamp\"\ntrace = [\"Pinlamp/6-9\"]\n";
-  ASSERT_EQ(::kill(child_, SIGHUP), 0);
-  ASSERT_TRUE(awaitLog("trace levels and lamp-test-seconds reloaded from " + config, 10))
-      << wardenLog();
-  EXPECT_EQ(wardenLog().find("next restart"), std::string::npos) << wardenLog();
-
-  std::ofstream(config) << "name = \"other\"\ntrace = [\"Pinlamp/3\"]\n";
-  ASSERT_EQ(::kill(child_, SIGHUP), 0);
-  EXPECT_TRUE(awaitLog("options other than trace and lamp-test-seconds changed in " + config +
-                           "; they take effect at the next restart",
-                       10))
-      << wardenLog();
-
-  std::ofstream(config) << "name = \"lamp\"\ncell = \"two\"\n";
-  ASSERT_EQ(::kill(child_, SIGHUP), 0);
-  EXPECT_TRUE(awaitLog(
-      config + ":2: --cell needs a whole number, not 'two'; the running " + "configuration stays",
-      10))
-      << wardenLog();
-
-  ASSERT_EQ(::kill(child_, SIGTERM), 0);
-  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
 }
 
 // Wrong inputs that a restart cannot mend exit 2, which the unit does not restart, before any pin
@@ -307,20 +279,16 @@ TEST_F(ServeNotifyTest, WrongInputsExitTwoBeforeAnyPinIsTouched) {
     EXPECT_NE(wardenLog().find(c.logged), std::string::npos) << wardenLog();
     EXPECT_EQ(wardenLog().find("cannot reach"), std::string::npos) << wardenLog();
   }
-  std::ifstream trigger(red / "trigger"), brightness(red / "brightness");
-  std::string text;
-  EXPECT_TRUE(std::getline(trigger, text) && text == "[heartbeat] none") << text;
-  EXPECT_TRUE(std::getline(brightness, text) && text == "1") << text;
+  EXPECT_EQ(contents(red / "trigger"), "[heartbeat] none");
+  EXPECT_EQ(contents(red / "brightness"), "1\n");
 
   // With pins-partial the LED that is there is driven and the missing one reported.
   startWardenWith({"serve", "--agent", AGENT_PLUGIN, "--pins", map, "--pins-partial"});
   ASSERT_TRUE(awaitMessage("READY=1", 20)) << wardenLog();
   EXPECT_NE(wardenLog().find("pins: not driven: " + map + ":6: pin 'b'"), std::string::npos)
       << wardenLog();
-  ASSERT_EQ(::kill(child_, SIGTERM), 0);
-  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
-  std::ifstream claimed(red / "trigger");
-  EXPECT_TRUE(std::getline(claimed, text) && text == "none") << text;
+  expectCleanStop();
+  EXPECT_EQ(contents(red / "trigger"), "none\n");
 }
 
 // With a database server of the test's own and a pin map that drives a values file.
@@ -383,21 +351,10 @@ class ServeDatabaseTest : public ServeNotifyTest {
     return "";
   }
 
-  std::string values() const {
-    std::ifstream in(dir_ / "pins.values");
-    std::ostringstream text;
-    text << in.rdbuf();
-    return text.str();
-  }
+  std::string values() const { return contents(dir_ / "pins.values"); }
 
   bool awaitValues(std::string const& text, double seconds) {
-    auto const deadline =
-        Clock::now() + std::chrono::duration_cast<Clock::duration>(Seconds(seconds));
-    while (Clock::now() < deadline) {
-      if (values() == text) return true;
-      next(0.02);  // paces the wait on the socket rather than on a sleep
-    }
-    return false;
+    return awaitTrue([&] { return values() == text; }, seconds);
   }
 
   std::size_t logCount(std::string const& text) const {
@@ -436,9 +393,7 @@ TEST_F(ServeDatabaseTest, ReadyOnceTheTablesAreAppliedThenReportsTheLossAndRecov
   EXPECT_EQ(logCount("<4>warden: statedb: lost "), 1u) << wardenLog();
   EXPECT_EQ(logCount("<5>warden: statedb: reconnected "), 1u) << wardenLog();
 
-  ASSERT_EQ(::kill(child_, SIGTERM), 0);
-  ASSERT_TRUE(awaitMessage("STOPPING=1", 10)) << wardenLog();
-  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+  expectCleanStop();
 }
 
 TEST_F(ServeDatabaseTest, LampTestLightsEveryPinThenRestoresWithoutTouchingThePinTable) {
@@ -457,13 +412,13 @@ TEST_F(ServeDatabaseTest, LampTestLightsEveryPinThenRestoresWithoutTouchingThePi
   publisher_->hashIs("LED_CONFIG|Led1", {{"green", "0"}, {"red", "1"}}, false);
   EXPECT_TRUE(awaitValues("g 0\nr 1\n", 10)) << values() << wardenLog();
   EXPECT_EQ(pinTableValue("g"), "0");
-  ASSERT_EQ(::kill(child_, SIGTERM), 0);
-  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+  expectCleanStop();
 }
 
-// Levels enabled by a reload print from then on: a change of the LED prints nothing at level 7
-// before the reload and its record after.
-TEST_F(ServeDatabaseTest, HangUpPrintsTheNewlyEnabledTraceLevels) {
+// SIGHUP takes up the trace levels, which print from then on: a change of the LED prints nothing
+// at level 7 before the reload and its record after. Other options wait for the next restart,
+// and a configuration that does not read leaves the running one as it is.
+TEST_F(ServeDatabaseTest, HangUpReloadsTheTraceLevelsAndKeepsTheRest) {
   std::string const config = (dir_ / "pinlamp.toml").string();
   std::string const common =
       "db = \"" + server_.url() + "\"\npins = \"" + (dir_ / "pins.toml").string() + "\"\n";
@@ -477,11 +432,25 @@ TEST_F(ServeDatabaseTest, HangUpPrintsTheNewlyEnabledTraceLevels) {
 
   std::ofstream(config) << common << "trace = [\"Pinlamp/3,7\"]\n";
   ASSERT_EQ(::kill(child_, SIGHUP), 0);
-  ASSERT_TRUE(awaitLog("reloaded from " + config, 10)) << wardenLog();
+  ASSERT_TRUE(awaitLog("trace levels and lamp-test-seconds reloaded from " + config, 10))
+      << wardenLog();
+  EXPECT_EQ(wardenLog().find("next restart"), std::string::npos) << wardenLog();
   publisher_->hashIs("LED_CONFIG|Led1", {{"green", "1"}, {"red", "0"}}, false);
   EXPECT_TRUE(awaitLog("handleHwLedConfig Led1", 10)) << wardenLog();
-  ASSERT_EQ(::kill(child_, SIGTERM), 0);
-  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+
+  std::ofstream(config) << common << "name = \"other\"\n";
+  ASSERT_EQ(::kill(child_, SIGHUP), 0);
+  EXPECT_TRUE(awaitLog("options other than trace and lamp-test-seconds changed in " + config +
+                           "; they take effect at the next restart",
+                       10))
+      << wardenLog();
+
+  std::ofstream(config) << common << "cell = \"two\"\n";
+  ASSERT_EQ(::kill(child_, SIGHUP), 0);
+  EXPECT_TRUE(awaitLog(
+      config + ":3: --cell needs a whole number, not 'two'; the running configuration stays", 10))
+      << wardenLog();
+  expectCleanStop();
 }
 
 // drive reads its options from a file as serve does, and takes up the lamp test's length on
@@ -503,8 +472,7 @@ TEST_F(ServeDatabaseTest, DriveTakesItsOptionsFromAFileAndReloadsTheLampTestLeng
   ASSERT_EQ(::kill(child_, SIGUSR2), 0);
   ASSERT_TRUE(awaitValues("g 1\nr 1\n", 10)) << values() << wardenLog();
   EXPECT_TRUE(awaitValues("g 1\nr 0\n", 10)) << values() << wardenLog();
-  ASSERT_EQ(::kill(child_, SIGTERM), 0);
-  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+  expectCleanStop();
 }
 
 TEST_F(ServeDatabaseTest, DriveFollowsThePinTableInAProcessOfItsOwn) {
@@ -534,9 +502,7 @@ TEST_F(ServeDatabaseTest, DriveFollowsThePinTableInAProcessOfItsOwn) {
   publisher_->hashIs("GPIO_PIN|r", {{"value", "1"}}, true);
   EXPECT_TRUE(awaitValues("g 1\nr 1\n", 20)) << values() << wardenLog();
 
-  ASSERT_EQ(::kill(child_, SIGTERM), 0);
-  ASSERT_TRUE(awaitMessage("STOPPING=1", 10)) << wardenLog();
-  EXPECT_EQ(awaitExit(10), 0) << wardenLog();
+  expectCleanStop();
 }
 
 }  // namespace

@@ -1,6 +1,5 @@
 #include "HttpClient.h"
 
-#include <netinet/in.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <unistd.h>
@@ -11,23 +10,15 @@
 namespace Http::Testing {
 
 HttpClient::HttpClient(Zel::ActivityManager& loop, std::string const& address) : loop_(loop) {
-  if (address.starts_with("unix:")) {
-    sockaddr_un un{};
-    un.sun_family = AF_UNIX;
-    std::string const path = address.substr(5);
-    std::memcpy(un.sun_path, path.data(), path.size());
-    fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
-    ::connect(fd_, reinterpret_cast<sockaddr*>(&un), sizeof un);
-  } else {
-    sockaddr_in in{};
-    in.sin_family = AF_INET;
-    in.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-    in.sin_port =
-        htons(static_cast<std::uint16_t>(std::stoi(address.substr(address.rfind(':') + 1))));
-    fd_ = ::socket(AF_INET, SOCK_STREAM | SOCK_NONBLOCK, 0);
-    ::connect(fd_, reinterpret_cast<sockaddr*>(&in), sizeof in);
-  }
+  sockaddr_un un{};
+  un.sun_family = AF_UNIX;
+  std::string const path = address.substr(address.find(':') + 1);
+  if (!address.starts_with("unix:") || path.size() >= sizeof un.sun_path)
+    throw std::runtime_error("not a unix socket address: " + address);
+  std::memcpy(un.sun_path, path.data(), path.size());
+  fd_ = ::socket(AF_UNIX, SOCK_STREAM | SOCK_NONBLOCK, 0);
   if (fd_ < 0) throw std::runtime_error("no socket");
+  ::connect(fd_, reinterpret_cast<sockaddr*>(&un), sizeof un);
 }
 
 HttpClient::~HttpClient() {
@@ -63,7 +54,8 @@ void HttpClient::readAvailable() {
   }
 }
 
-std::string const& HttpClient::receiveUntil(double seconds, bool (*done)(std::string const&)) {
+std::string const& HttpClient::receiveUntil(double seconds,
+                                            std::function<bool(std::string const&)> const& done) {
   double const deadline = loop_.currentTime() + seconds;
   while (!closed_ && !(done && done(received_)) && loop_.currentTime() < deadline) {
     loop_.runFor(0.001);
@@ -73,12 +65,10 @@ std::string const& HttpClient::receiveUntil(double seconds, bool (*done)(std::st
 }
 
 bool HttpClient::waitFor(std::string const& text, double seconds) {
-  double const deadline = loop_.currentTime() + seconds;
-  while (received_.find(text) == std::string::npos && !closed_ && loop_.currentTime() < deadline) {
-    loop_.runFor(0.001);
-    readAvailable();
-  }
-  return received_.find(text) != std::string::npos;
+  auto const holds = [&text](std::string const& received) {
+    return received.find(text) != std::string::npos;
+  };
+  return holds(receiveUntil(seconds, holds));
 }
 
 Response get(Zel::ActivityManager& loop, std::string const& address, std::string const& path) {

@@ -3,7 +3,7 @@
 // it waits, since nothing else serves the requests.
 #pragma once
 
-#include <optional>
+#include <functional>
 #include <string>
 
 #include "platform/zel/ActivityManager.h"
@@ -12,7 +12,7 @@ namespace Http::Testing {
 
 class HttpClient {
  public:
-  // Connects to `address` (unix:PATH or 127.0.0.1:PORT).
+  // Connects to `address`, unix:PATH.
   HttpClient(Zel::ActivityManager& loop, std::string const& address);
   ~HttpClient();
   HttpClient(HttpClient const&) = delete;
@@ -20,7 +20,8 @@ class HttpClient {
 
   void send(std::string const& bytes);
   // Turns the loop until `done(received)` holds, the server closes, or `seconds` pass.
-  std::string const& receiveUntil(double seconds, bool (*done)(std::string const&) = nullptr);
+  std::string const& receiveUntil(double seconds,
+                                  std::function<bool(std::string const&)> const& done = {});
   // Turns the loop until the received text holds `text`; false when it does not in time.
   bool waitFor(std::string const& text, double seconds);
   bool closedByServer() const noexcept { return closed_; }

@@ -67,6 +67,21 @@ class PanelHttpTest : public testing::Test {
 
   Response get(std::string const& path) { return Testing::get(session_.loop(), address_, path); }
 
+  // A viewer of the event stream, past its first picture.
+  std::unique_ptr<HttpClient> watch() {
+    auto viewer = std::make_unique<HttpClient>(session_.loop(), address_);
+    viewer->send("GET /events HTTP/1.1\r\nHost: test\r\n\r\n");
+    EXPECT_TRUE(viewer->waitFor("event: picture", 2)) << viewer->received();
+    return viewer;
+  }
+
+  void publishFan() {
+    Host::MappingCommand fan;
+    fan.led = "Fan1";
+    fan.pins[1] = std::vector<std::string>{"fan1_green"};
+    Host::publishMapping(session_.mappings(), fan);
+  }
+
   Host::Session session_{Zel::ActivityManager::TimeSource::monotonic, [](std::string const&) {}};
   std::string folder_;
   std::string address_;
@@ -169,94 +184,94 @@ TEST_F(PanelHttpTest, AStreamStartsFromAPictureThenSendsOnlyWhatChangedPerTurn) 
       << viewer.received();
 }
 
-// LEDs come and go rarely and are compared at a slower pace; a viewer arriving meanwhile must
-// not make the others miss the change.
-TEST_F(PanelHttpTest, ANewLedReachesEveryViewerEvenWhenAnotherArrivesMeanwhile) {
+// LEDs come and go rarely and are compared at a slower pace, yet a mapping that comes is in the
+// next event; a viewer arriving meanwhile must not make the others miss it.
+TEST_F(PanelHttpTest, ANewLedComesWithTheNextEventToEveryViewer) {
   start();
-  HttpClient first(session_.loop(), address_);
-  first.send("GET /events HTTP/1.1\r\nHost: test\r\n\r\n");
-  ASSERT_TRUE(first.waitFor("event: picture", 2));
-  first.clear();
-  Host::MappingCommand fan;
-  fan.led = "Fan1";
-  fan.pins[1] = std::vector<std::string>{"fan1_green"};
-  Host::publishMapping(session_.mappings(), fan);
-  HttpClient second(session_.loop(), address_);
-  second.send("GET /events HTTP/1.1\r\nHost: test\r\n\r\n");
-  ASSERT_TRUE(second.waitFor("{\"name\":\"Fan1\"", 2));  // in its picture
-  EXPECT_TRUE(first.waitFor("\"leds\":[{\"name\":\"Status\"", 2)) << first.received();
-  EXPECT_NE(first.received().find("{\"name\":\"Fan1\""), std::string::npos);
-}
-
-// A mapping that comes or goes is in the next event, not only in the next slow comparison.
-TEST_F(PanelHttpTest, ANewLedComesWithTheNextEvent) {
-  start();
-  HttpClient viewer(session_.loop(), address_);
-  viewer.send("GET /events HTTP/1.1\r\nHost: test\r\n\r\n");
-  ASSERT_TRUE(viewer.waitFor("event: picture", 2));
-  session_.loop().runFor(0.05);  // the slow comparison's clock starts with the viewer
-  viewer.clear();
-  Host::MappingCommand fan;
-  fan.led = "Fan1";
-  fan.pins[1] = std::vector<std::string>{"fan1_green"};
+  // Published while the first viewer's next event waits for its frame, the second arriving then.
+  auto first = watch();
+  first->clear();
   double const published = session_.loop().currentTime();
-  Host::publishMapping(session_.mappings(), fan);
-  ASSERT_TRUE(viewer.waitFor("{\"name\":\"Fan1\"", 2)) << viewer.received();
-  // The slow comparison comes 0.5 s after the viewer; a frame is 40 ms.
+  publishFan();
+  auto second = watch();
+  EXPECT_NE(second->received().find("{\"name\":\"Fan1\""), std::string::npos);  // its picture
+  ASSERT_TRUE(first->waitFor("{\"name\":\"Fan1\"", 2)) << first->received();
+  EXPECT_NE(first->received().find("\"leds\":[{\"name\":\"Status\""), std::string::npos);
+  // The slow comparison comes 0.5 s after the first viewer; a frame is 40 ms.
   EXPECT_LT(session_.loop().currentTime() - published, 0.3);
 }
 
 TEST_F(PanelHttpTest, AFastSeriesOfTurnsIsSentAtMostTwentyFiveTimesASecond) {
   start();
-  HttpClient viewer(session_.loop(), address_);
-  viewer.send("GET /events HTTP/1.1\r\nHost: test\r\n\r\n");
-  ASSERT_TRUE(viewer.waitFor("event: picture", 2));
+  auto viewer = watch();
   double const start = session_.loop().currentTime();
   std::uint32_t value = 0;
   while (session_.loop().currentTime() < start + 0.5) {
     pin("status_green")->valueIs(value ^= 1);
     session_.loop().runFor(0.002);  // a turn every 2 ms
   }
-  viewer.receiveUntil(0.1);
+  viewer->receiveUntil(0.1);
   std::size_t events = 0;
   for (std::size_t at = 0;
-       (at = viewer.received().find("\ndata: {\"time\"", at)) != std::string::npos; ++at) {
+       (at = viewer->received().find("\ndata: {\"time\"", at)) != std::string::npos; ++at) {
     ++events;
   }
   EXPECT_GE(events, 8u);
   EXPECT_LE(events, 15u);  // 0.6 s at 25 a second, and the first at once
 }
 
+// The event feed alone, on virtual time, so that work is sure to be waiting for its frame when
+// the viewers change.
+class PanelEventsTest : public testing::Test {
+ protected:
+  Host::Session session_{Zel::ActivityManager::TimeSource::virtualTime, [](std::string const&) {}};
+  Zel::Ptr<Hardware::Gpio::CorvelPinConfig> pin_ = Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(
+      session_.pins().entryIs("fan_green", "Hardware::Gpio::CorvelPinConfig"));
+  bool watched_ = true;
+  std::vector<std::string> events_;
+  PanelFeed const source_{
+      "bench",          session_.loop(), session_.pins(),     &session_.mappings(),
+      &session_.leds(), nullptr,         session_.startTime()};  // held by reference
+  PanelEvents feed_{source_, [this] { return watched_; },
+                    [this](std::string event) { events_.push_back(std::move(event)); }};
+};
+
 // Marks wait for the next event. If the last viewer leaves meanwhile and a pin changes while
 // nobody watches, those marks hold values older than the next viewer's picture and must not
-// reach it. On virtual time, so that the marks are sure to be waiting when the viewers change.
-TEST(PanelEventsTest, AViewerArrivingAfterNobodyWatchedGetsNothingOlderThanItsPicture) {
-  Host::Session session{Zel::ActivityManager::TimeSource::virtualTime, [](std::string const&) {}};
-  auto pin = Zel::ptrCast<Hardware::Gpio::CorvelPinConfig>(
-      session.pins().entryIs("fan_green", "Hardware::Gpio::CorvelPinConfig"));
-  pin->valueIs(0);
-  bool watched = true;
-  std::vector<std::string> events;
-  PanelEvents feed(
-      PanelFeed{"bench", session.loop(), session.pins(), &session.mappings(), &session.leds(),
-                nullptr, session.startTime()},
-      [&] { return watched; }, [&](std::string event) { events.push_back(event); });
-  feed.viewerArrived();
-  pin->valueIs(1);
-  session.loop().advance(0.001);  // the first event goes at once
-  pin->valueIs(0);                // marked, to go 40 ms after the first
-  session.loop().runPending();
-  watched = false;
-  pin->valueIs(1);  // nobody watches: not marked
-  session.loop().runPending();
-  watched = true;
-  feed.viewerArrived();  // its picture shows the pin lit
-  session.loop().advance(0.1);
-  ASSERT_FALSE(events.empty());
-  EXPECT_NE(events.front().find("\"fan_green\":1"), std::string::npos) << events.front();
-  for (std::size_t i = 1; i < events.size(); ++i) {
-    EXPECT_EQ(events[i].find("\"fan_green\":0"), std::string::npos) << events[i];
+// reach it.
+TEST_F(PanelEventsTest, AViewerArrivingAfterNobodyWatchedGetsNothingOlderThanItsPicture) {
+  feed_.viewerArrived();
+  pin_->valueIs(1);
+  session_.loop().advance(0.001);  // the first event goes at once
+  pin_->valueIs(0);                // marked, to go 40 ms after the first
+  session_.loop().runPending();
+  watched_ = false;
+  pin_->valueIs(1);  // nobody watches: not marked
+  session_.loop().runPending();
+  watched_ = true;
+  events_.clear();
+  feed_.viewerArrived();  // its picture shows the pin lit
+  session_.loop().advance(0.1);
+  for (std::string const& event : events_) {
+    EXPECT_EQ(event.find("\"fan_green\":0"), std::string::npos) << event;
   }
+}
+
+// A viewer arriving while a new LED waits for its frame must not make the others miss it.
+TEST_F(PanelEventsTest, ANewLedWaitingForItsFrameIsSentThoughAnotherViewerArrives) {
+  feed_.viewerArrived();
+  pin_->valueIs(1);
+  session_.loop().advance(0.001);  // an event now: the next waits for its frame
+  events_.clear();
+  Host::MappingCommand fan;
+  fan.led = "Fan1";
+  fan.pins[1] = std::vector<std::string>{"fan_green"};
+  Host::publishMapping(session_.mappings(), fan);
+  session_.loop().runPending();
+  feed_.viewerArrived();
+  session_.loop().advance(0.1);
+  ASSERT_EQ(events_.size(), 1u);
+  EXPECT_NE(events_[0].find("{\"name\":\"Fan1\""), std::string::npos) << events_[0];
 }
 
 TEST_F(PanelHttpTest, BadRequestsAreAnsweredOrDroppedAndTheLoopServesTheRest) {

@@ -1,6 +1,5 @@
 #include <gtest/gtest.h>
 
-#include <algorithm>
 #include <cmath>
 #include <cstdint>
 #include <limits>
@@ -64,10 +63,12 @@ class ClockTest : public testing::Test {
 };
 
 TEST_F(ClockTest, ExpiriesRunInTimeOrderEachAtItsOwnTime) {
+  // 6 and 7 share a time with 0 and 1: alarms of one time fire in arming order.
   std::vector<Ptr<Alarm>> alarms = {alarmAt(7, 0),   alarmAt(2, 1),  alarmAt(9.5, 2),
-                                    alarmAt(0.5, 3), alarmAt(10, 4), alarmAt(10.5, 5)};
+                                    alarmAt(0.5, 3), alarmAt(10, 4), alarmAt(10.5, 5),
+                                    alarmAt(7, 6),   alarmAt(2, 7)};
   loop_->advance(10);
-  EXPECT_EQ(firedIds(), (std::vector<int>{3, 1, 0, 2, 4}));
+  EXPECT_EQ(firedIds(), (std::vector<int>{3, 1, 7, 0, 6, 2, 4}));
   for (Firing const& f : fired_) EXPECT_EQ(f.sawTime, f.armedFor) << "alarm " << f.id;
   EXPECT_EQ(Zel::System::currentTime(), 10.0);
   EXPECT_TRUE(alarms[5]->isArmed());
@@ -76,13 +77,6 @@ TEST_F(ClockTest, ExpiriesRunInTimeOrderEachAtItsOwnTime) {
   EXPECT_EQ(firedIds().back(), 5);
   EXPECT_EQ(fired_.back().sawTime, 10.5);
   EXPECT_EQ(Zel::System::currentTime(), 11.0);
-}
-
-TEST_F(ClockTest, AlarmsArmedForTheSameTimeFireInArmingOrder) {
-  std::vector<Ptr<Alarm>> alarms;
-  for (int id = 0; id < 6; ++id) alarms.push_back(alarmAt(3, id));
-  loop_->advance(5);
-  EXPECT_EQ(firedIds(), (std::vector<int>{0, 1, 2, 3, 4, 5}));
 }
 
 TEST_F(ClockTest, ReArmingReplacesTheEarlierTime) {
@@ -131,40 +125,6 @@ TEST_F(ClockTest, SilencedDetachedAndDroppedAlarmsDoNotFire) {
   EXPECT_EQ(loop_->clock()->armedCount(), 3u);
   loop_->advance(10);
   EXPECT_EQ(firedIds(), (std::vector<int>{4}));
-}
-
-TEST_F(ClockTest, ThousandsOfAlarmsFireInTimeOrder) {
-  constexpr int kCount = 3000;
-  std::uint32_t seed = 12345;
-  auto nextTime = [&seed] {
-    seed = seed * 1664525u + 1013904223u;
-    return static_cast<double>(seed >> 8) / static_cast<double>(1u << 24) * 10.0;
-  };
-  std::vector<Ptr<Alarm>> alarms;
-  for (int id = 0; id < kCount; ++id) alarms.push_back(alarmAt(nextTime(), id));
-  // Shuffle the heap: re-arm a third, disarm some and drop some.
-  std::set<int> silent;
-  for (int id = 0; id < kCount; id += 3) alarms[id]->timeMinIs(nextTime());
-  for (int id = 1; id < kCount; id += 7) {
-    alarms[id]->timeMinIs(Zel::Clock::kNever);
-    silent.insert(id);
-  }
-  for (int id = 2; id < kCount; id += 11) {
-    alarms[id] = nullptr;
-    silent.insert(id);
-  }
-
-  loop_->advance(10);
-
-  EXPECT_EQ(fired_.size(), kCount - silent.size());
-  EXPECT_TRUE(std::is_sorted(fired_.begin(), fired_.end(), [](Firing const& a, Firing const& b) {
-    return a.sawTime < b.sawTime;
-  }));
-  for (Firing const& f : fired_) {
-    EXPECT_EQ(f.sawTime, f.armedFor);
-    EXPECT_EQ(silent.count(f.id), 0u) << "alarm " << f.id;
-  }
-  EXPECT_EQ(loop_->clock()->armedCount(), 0u);
 }
 
 // The timing wheel against the obvious reference, a set ordered by (time, arming order), under
