@@ -22,7 +22,8 @@ std::uint64_t allocationCount() noexcept {
 
 }  // namespace PinlampBench
 
-// The array forms and the sized and nothrow deletes fall back on these.
+// The array forms and the nothrow delete fall back on these; the sized delete is its own, since
+// a program that replaces one of the pair must replace both.
 void* operator new(std::size_t size) {
   return PinlampBench::allocateCounted(size);
 }
@@ -36,5 +37,9 @@ void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
 }
 
 void operator delete(void* block) noexcept {
+  std::free(block);
+}
+
+void operator delete(void* block, std::size_t) noexcept {
   std::free(block);
 }
