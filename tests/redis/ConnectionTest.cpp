@@ -91,6 +91,54 @@ TEST(ConnectionTest, CommandQueuedInATurnIsAnsweredWithinOneWaitOfTheLoop) {
   EXPECT_EQ(answers[1], "pin");
 }
 
+// A resync queues megabytes of commands in one turn. They must reach the server while the turn
+// still runs, and arrive whole and in order however the socket splits them.
+TEST(ConnectionTest, ATurnQueuingMoreThanTheSocketTakesIsSentAsItGoesAndAnsweredInOrder) {
+  RedisServer server;
+  Zel::ActivityManager loop(Zel::ActivityManager::TimeSource::monotonic);
+  Connection connection(loop, [](std::string const&) {});
+  Endpoint endpoint;
+  endpoint.kind = Endpoint::Kind::unixSocket;
+  endpoint.path = server.socketPath();
+  std::string error;
+  ASSERT_TRUE(connection.open(endpoint, nullptr, false, error)) << error;
+  std::vector<std::string> answers;
+  auto record = [&answers](Reply reply) { answers.emplace_back(reply.printed()); };
+  connection.command({"PING"}, record);
+  for (int wait = 0; wait < 500 && answers.empty(); ++wait) loop.pollIo(0.01);
+  ASSERT_EQ(answers.size(), 1u);
+
+  constexpr int kCount = 20000;  // about 3 MB of commands
+  std::string const padding(120, 'x');
+  for (int i = 0; i < kCount; ++i) {
+    std::string const n = std::to_string(i);
+    connection.command({"SET", "k" + n, n + padding}, nullptr);
+    connection.command({"APPEND", "order", n + ","}, nullptr);
+  }
+  redisContext* other = redisConnectUnix(server.socketPath().c_str());
+  ASSERT_TRUE(other && !other->err);
+  bool arrived = false;
+  for (int ask = 0; ask < 500 && !arrived; ++ask) {
+    auto* reply = static_cast<redisReply*>(redisCommand(other, "EXISTS k0"));
+    arrived = reply && reply->type == REDIS_REPLY_INTEGER && reply->integer == 1;
+    freeReplyObject(reply);
+  }
+  redisFree(other);
+  EXPECT_TRUE(arrived) << "nothing reached the server before the turn ended";
+
+  connection.command({"GET", "k" + std::to_string(kCount - 1)}, record);
+  connection.command({"GET", "order"}, record);
+  for (int wait = 0; wait < 2000 && answers.size() < 3; ++wait) {
+    loop.runPending();
+    loop.pollIo(0.01);
+  }
+  ASSERT_EQ(answers.size(), 3u);
+  EXPECT_EQ(answers[1], std::to_string(kCount - 1) + padding);
+  std::string order;
+  for (int i = 0; i < kCount; ++i) order += std::to_string(i) + ",";
+  EXPECT_TRUE(answers[2] == order) << "the commands reached the server out of order";
+}
+
 // Walks are restarted on the same connection; the answers owed to an earlier one must not be
 // taken for the current one's, or a table would seem to end twice or hold its keys twice.
 TEST(TableScanTest, AWalkStartedAgainOrStoppedHandsEachKeyOnceAndEndsOnce) {
