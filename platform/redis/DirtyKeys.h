@@ -23,6 +23,11 @@ class DirtyKeys {
   bool contains(std::string_view key) const { return waiting_.contains(key); }
   bool empty() const noexcept { return order_.empty(); }
 
+  void clear() noexcept {
+    waiting_.clear();
+    order_.clear();
+  }
+
   // Every waiting key, oldest first; none waits afterwards.
   std::vector<std::string> take() {
     waiting_.clear();

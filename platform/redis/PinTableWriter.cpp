@@ -32,6 +32,9 @@ void PinTableWriter::onPinLeft(std::string const& name) {
 }
 
 void PinTableWriter::mark(std::string const& name) {
+  // The rewrite ends in a walk over every pin and every row: marking hundreds of thousands of
+  // pins as they are built at start would only make it look each one up again.
+  if (syncing_) return;
   if (marked_.mark(name)) flushSoon();
 }
 
@@ -90,6 +93,7 @@ void PinTableWriter::rewrite() {
   inputsRead_ = false;
   asked_.clear();
   written_.clear();
+  marked_.clear();  // what it marked is taken in by the rewrite's walk
   scan_.start();
 }
 
