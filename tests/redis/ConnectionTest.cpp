@@ -1,5 +1,6 @@
 // The client connection's own machinery against a real server: replies decoded into reused
-// blocks keep their shape, and a command queued in a turn goes out when the turn ends.
+// blocks keep their shape, a command queued in a turn goes out when the turn ends (or sooner, when
+// the turn queues much), and keys wait for their read once each.
 #include <gtest/gtest.h>
 #include <hiredis/hiredis.h>
 
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "platform/redis/Connection.h"
+#include "platform/redis/DirtyKeys.h"
 #include "platform/redis/ReplyArena.h"
 #include "platform/redis/TableScan.h"
 #include "platform/zel/ActivityManager.h"
@@ -137,6 +139,24 @@ TEST(ConnectionTest, ATurnQueuingMoreThanTheSocketTakesIsSentAsItGoesAndAnswered
   std::string order;
   for (int i = 0; i < kCount; ++i) order += std::to_string(i) + ",";
   EXPECT_TRUE(answers[2] == order) << "the commands reached the server out of order";
+}
+
+// A key taken for its read must be markable again at once: a change that comes while the read is
+// on its way is read again, never lost. Keys long enough to live outside the string itself are
+// the ones a resync moves around.
+TEST(DirtyKeysTest, TakesEachKeyOnceInOrderAndForgetsWhatItHandedOut) {
+  DirtyKeys dirty;
+  std::string const led = "LED_CONFIG|a-name-longer-than-a-short-string";
+  EXPECT_TRUE(dirty.mark(led));
+  EXPECT_TRUE(dirty.mark("GPIO_LED|x"));
+  EXPECT_FALSE(dirty.mark(led));
+  auto const taken = dirty.take();
+  EXPECT_EQ(taken, (std::vector<std::string>{led, "GPIO_LED|x"}));
+  EXPECT_TRUE(dirty.empty());
+  EXPECT_FALSE(dirty.contains(led));
+  EXPECT_TRUE(dirty.mark(led));
+  EXPECT_TRUE(dirty.mark("GPIO_LED|x"));
+  EXPECT_EQ(dirty.take().size(), 2u);
 }
 
 // Walks are restarted on the same connection; the answers owed to an earlier one must not be
