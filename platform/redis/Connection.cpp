@@ -1,9 +1,16 @@
 #include "platform/redis/Connection.h"
 
+// The client library's string header declares no C linkage of its own, and its other headers
+// take it in: it comes first.
+extern "C" {
+#include <hiredis/sds.h>
+}
+
 #include <hiredis/async.h>
 #include <hiredis/hiredis.h>
 #include <signal.h>
 
+#include <algorithm>
 #include <charconv>
 #include <memory>
 #include <vector>
@@ -107,8 +114,39 @@ bool Connection::send(std::span<std::string_view const> args,
     wire_.append(arg);
     wire_ += "\r\n";
   }
-  return redisAsyncFormattedCommand(context_, trampoline, data, wire_.data(), wire_.size()) ==
-         REDIS_OK;
+  reserveOutput(wire_.size());
+  if (redisAsyncFormattedCommand(context_, trampoline, data, wire_.data(), wire_.size()) !=
+      REDIS_OK) {
+    return false;
+  }
+  sendEarly();
+  return true;
+}
+
+void Connection::reserveOutput(std::size_t bytes) {
+  // The client library grows its output buffer a megabyte at a time past the first, copying it
+  // each time, and starts from nothing after every write: doubled here, a batch of a resync
+  // costs a few copies rather than one per megabyte queued.
+  sds& out = context_->c.obuf;
+  std::size_t const length = sdslen(out);
+  if (length == 0) sendAt_ = kEarlySend;  // the socket took everything queued before
+  if (sdsavail(out) >= bytes) return;
+  if (sds grown = sdsMakeRoomFor(out, std::max(bytes, length))) out = grown;
+}
+
+void Connection::sendEarly() {
+  // A turn that queues a whole table's reads hands them to the socket as they pile up: the
+  // server works through the first while the rest are queued, and a write that the socket takes
+  // only in part moves a bounded remainder, not the whole batch.
+  redisContext& c = context_->c;
+  if (!(c.flags & REDIS_CONNECTED) || sdslen(c.obuf) < sendAt_) return;
+  // The buffer alone, not the asynchronous handler: that would free the context on a failed
+  // write, perhaps inside the callback of a reply being handled. A failure stays recorded, and
+  // the write at the end of the turn reports it from the loop.
+  int done = 0;
+  redisBufferWrite(&c, &done);
+  // A full socket is tried again only once as much more has been queued.
+  sendAt_ = sdslen(c.obuf) + kEarlySend;
 }
 
 bool Connection::command(std::initializer_list<std::string_view> args, ReplyHandler reply) {

@@ -1,6 +1,7 @@
 // One client connection to the database server, driven from the activity loop. Commands are
 // queued with a reply callback (or none) and written in one batch as the loop turn ends, which
-// pipelines everything issued within the turn. A connection that breaks reports it once,
+// pipelines everything issued within the turn; a turn that queues more than a bounded amount
+// hands it to the socket as it goes. A connection that breaks reports it once,
 // from the loop, never from inside the client library; replies still owed are dropped, since
 // whoever issued them starts over on reconnect.
 #pragma once
@@ -74,6 +75,11 @@ class Connection {
   void reportClosed(std::string const& reason);
   bool send(std::span<std::string_view const> args,
             void (*trampoline)(redisAsyncContext*, void*, void*), void* data);
+  void reserveOutput(std::size_t bytes);
+  void sendEarly();
+
+  // Output queued beyond this much within one turn is written at once.
+  static constexpr std::size_t kEarlySend = 256 * 1024;
 
   Zel::ActivityManager& loop_;
   Closed onClosed_;
@@ -83,6 +89,7 @@ class Connection {
   ReplyArena replies_;
   // The wire form of the command being queued; kept to reuse its capacity.
   std::string wire_;
+  std::size_t sendAt_ = kEarlySend;  // output length at which the next early write is tried
   // Last: a deferred report finds out whether this connection still exists.
   Zel::WeakPtrFactory<Connection> weak_{this};
 };

@@ -34,13 +34,13 @@ void Mirror::keyTouched(std::string_view key, std::string_view event) {
   if (event == "del") deleted_.emplace(key);
   // Nothing is read while the tables are scanned: their keys come here by the thousand.
   if (!reading_.empty()) {
-    auto reading = reading_.find(std::string(key));
+    auto reading = reading_.find(key);
     if (reading != reading_.end()) {
       reading->second = true;  // read again once the answer in flight is in
       return;
     }
   }
-  if (dirty_.mark(std::string(key))) flushSoon();
+  if (dirty_.mark(key)) flushSoon();
 }
 
 void Mirror::flushSoon() {
@@ -56,23 +56,23 @@ void Mirror::flush() {
   // the scan ends: read page by page, each page's entities reach the agent in a turn of its own,
   // and building them turn by turn cost the agent more than the overlap saved.
   if (isScanning()) return;
-  auto const keys = dirty_.take();
+  auto keys = dirty_.take();
   // A whole read asks for every key at once: grown step by step, the table would rehash a
   // dozen times.
   reading_.reserve(reading_.size() + keys.size());
-  for (auto const& key : keys) read(key);
+  for (auto& key : keys) read(std::move(key));
   quietCheck();
 }
 
-void Mirror::read(std::string const& key) {
+void Mirror::read(std::string key) {
   auto decoded = keyNameOf(key);
   if (!decoded.value) {
     refuse(key, decoded.refusal);
     return;
   }
   if (!link_.command({"HGETALL", key}, *this)) return;
-  reading_[key] = false;
-  asked_.push_back(key);
+  reading_.insert_or_assign(key, false);
+  asked_.push_back(std::move(key));
   ++reads_;
   ++sent_;
 }
@@ -125,14 +125,14 @@ void Mirror::applyMapping(std::string const& key, Zel::Name const& name, HashVie
     Inputs::mappingApplied(mappings_, name, InputChange::remove);
     return;
   }
-  auto decoded = mappingOf(hash);
-  if (!decoded.value) return refuse(key, decoded.refusal);
+  if (auto refusal = mappingInto(hash, mapping_)) return refuse(key, *refusal);
   // A hash holds the whole entity: a colour it does not list has no pins, a missing `ready` is 0.
-  Inputs::MappingFields fields;
+  auto& fields = mappingFields_;
   for (std::size_t colour = 0; colour < fields.pins.size(); ++colour) {
-    fields.pins[colour] = std::move(decoded.value->pins[colour]);
+    auto& pins = fields.pins[colour] ? *fields.pins[colour] : fields.pins[colour].emplace();
+    pins.assign(mapping_.pins[colour].begin(), mapping_.pins[colour].end());
   }
-  fields.ready = decoded.value->ready;
+  fields.ready = mapping_.ready;
   Inputs::mappingApplied(mappings_, name, changeOf(replaced), fields);
 }
 
@@ -190,8 +190,10 @@ void Mirror::removeUnseen() {
   // Gone while the link was down: neither found by the scan nor touched since it began. Nothing
   // is read while the tables are scanned, so every key found is still waiting to be read.
   auto gone = [this](char const* table, Zel::Name const& name) {
-    std::string const key = keyOf(table, name.view());
-    return !dirty_.contains(key) && !reading_.count(key);
+    key_.assign(table);
+    key_ += kSeparator;
+    key_.append(name.view());
+    return !dirty_.contains(key_) && !reading_.contains(key_);
   };
   std::vector<Zel::Name> names;
   for (auto member : leds_.leds()) {

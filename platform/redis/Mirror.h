@@ -17,9 +17,11 @@
 #include <unordered_set>
 #include <vector>
 
+#include "platform/inputs/InputApplier.h"
 #include "platform/model/GpioLedSystemConfigDir.h"
 #include "platform/model/LedSystemConfigDir.h"
 #include "platform/redis/DirtyKeys.h"
+#include "platform/redis/KeyMap.h"
 #include "platform/redis/Link.h"
 #include "platform/redis/TableCodec.h"
 #include "platform/redis/TableScan.h"
@@ -60,7 +62,7 @@ class Mirror final : private Connection::Receiver {
  private:
   void flushSoon();
   void flush();
-  void read(std::string const& key);
+  void read(std::string key);
   void onReply(Reply reply) override;
   void onHash(std::string const& key, Reply reply);
   void applyLed(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
@@ -80,7 +82,7 @@ class Mirror final : private Connection::Receiver {
   Log log_;
   DirtyKeys dirty_;
   // Keys being read, and whether they were touched again meanwhile.
-  std::unordered_map<std::string, bool> reading_;
+  KeyMap<bool> reading_;
   std::deque<std::string> asked_;  // the keys of the reads in flight, in the order sent
   bool flushQueued_ = false;
   TableScan ledScan_;
@@ -99,7 +101,11 @@ class Mirror final : private Connection::Receiver {
   Counters counters_;
   std::function<void()> resyncedHandler_;
   Waiters quietWaiters_;
-  std::vector<FieldView> fields_;  // of the hash being applied; kept to reuse its capacity
+  // Of the hash being applied; kept to reuse their capacity across the reads of a resync.
+  std::vector<FieldView> fields_;
+  Mapping mapping_;
+  Inputs::MappingFields mappingFields_;
+  std::string key_;  // a key being looked for
 };
 
 }  // namespace Statedb::Redis

@@ -1,5 +1,7 @@
 #include "platform/redis/PinTableWriter.h"
 
+#include <charconv>
+
 #include "platform/model/CorvelPinConfig.h"
 #include "platform/redis/TableCodec.h"
 
@@ -30,6 +32,9 @@ void PinTableWriter::onPinLeft(std::string const& name) {
 }
 
 void PinTableWriter::mark(std::string const& name) {
+  // The rewrite ends in a walk over every pin and every row: marking hundreds of thousands of
+  // pins as they are built at start would only make it look each one up again.
+  if (syncing_) return;
   if (marked_.mark(name)) flushSoon();
 }
 
@@ -47,22 +52,39 @@ void PinTableWriter::flush() {
   written_.reserve(written_.size() + names.size());  // the first write of every pin, at once
   for (auto const& name : names) {
     auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(Zel::Name(name)));
-    auto held = written_.find(name);
-    if (pin) {
-      std::uint32_t const value = pin->value();
-      if (held == written_.end()) {
-        held = written_.emplace(name, value).first;
-      } else if (held->second == value) {
-        continue;
-      }
-      held->second = value;
-      link_.write({"HSET", keyOf(kPinTable, name), kPinValueField, std::to_string(value)});
-      ++writes_;
-    } else if (held != written_.end()) {
-      written_.erase(held);
-      link_.write({"DEL", keyOf(kPinTable, name)});
-      ++writes_;
+    put(name, pin.ptr());
+  }
+}
+
+std::string_view PinTableWriter::keyOfPin(std::string_view name) {
+  key_.assign(kPinTable);
+  key_ += kSeparator;
+  key_.append(name);
+  return key_;
+}
+
+void PinTableWriter::put(std::string_view name, Pin const* pin) {
+  auto held = written_.find(name);
+  if (pin) {
+    std::uint32_t const value = pin->value();
+    if (held == written_.end()) {
+      held = written_.emplace(std::string(name), value).first;
+    } else if (held->second == value) {
+      return;
     }
+    held->second = value;
+    char digits[16];
+    std::string_view text = value == 0 ? "0" : value == 1 ? "1" : std::string_view();
+    if (text.empty()) {
+      auto const end = std::to_chars(digits, digits + sizeof digits, value).ptr;
+      text = std::string_view(digits, static_cast<std::size_t>(end - digits));
+    }
+    link_.write({"HSET", keyOfPin(name), kPinValueField, text});
+    ++writes_;
+  } else if (held != written_.end()) {
+    written_.erase(held);
+    link_.write({"DEL", keyOfPin(name)});
+    ++writes_;
   }
 }
 
@@ -71,6 +93,7 @@ void PinTableWriter::rewrite() {
   inputsRead_ = false;
   asked_.clear();
   written_.clear();
+  marked_.clear();  // what it marked is taken in by the rewrite's walk
   scan_.start();
 }
 
@@ -128,18 +151,19 @@ void PinTableWriter::syncStep() {
   // to light again: deleting it would show it dark in between.
   if (scan_.isScanning() || !asked_.empty() || !syncing_ || !inputsRead_) return;
   syncing_ = false;
-  // Only what differs is marked: a reconnect with nothing changed queues no work per pin.
-  std::size_t held = 0;  // pins the table holds
+  // Only what differs is written, straight from the walk over the pins: a reconnect with nothing
+  // changed queues no work per pin, and a pin is not looked up again by name.
+  written_.reserve(pins_->entries().size());
+  std::size_t const rows = written_.size();
+  std::size_t held = 0;  // of those rows, the ones that have their pin
   for (auto member : pins_->entries()) {
     auto const pin = Zel::ptrCast<CorvelPinConfig>(member.value);
-    std::string name = member.key.stdString();
-    auto const row = written_.find(name);
-    if (row != written_.end()) ++held;
-    if (!pin || row == written_.end() || row->second != pin->value()) mark(name);
+    if (written_.contains(member.key.view())) ++held;
+    put(member.key.view(), pin.ptr());
   }
   // A row without a pin is one the agent no longer has; when every row has its pin, the pins
   // need not be looked up again one by one.
-  if (held != written_.size()) {
+  if (held != rows) {
     for (auto const& [name, value] : written_) {
       if (!pins_->entityRef(Zel::Name(name))) mark(name);
     }

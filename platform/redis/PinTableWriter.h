@@ -17,6 +17,7 @@
 
 #include "platform/model/PinDirectoryFollower.h"
 #include "platform/redis/DirtyKeys.h"
+#include "platform/redis/KeyMap.h"
 #include "platform/redis/Link.h"
 #include "platform/redis/TableScan.h"
 #include "platform/redis/Waiters.h"
@@ -54,6 +55,10 @@ class PinTableWriter final : private Connection::Receiver,
   void onPinLeft(std::string const& name) override;
   void mark(std::string const& name);
   void flushSoon();
+  // Writes the pin's value (or deletes its row, for no pin) when the table holds another; a row
+  // written is remembered as the table's.
+  void put(std::string_view name, Pin const* pin);
+  std::string_view keyOfPin(std::string_view name);
   void scanned(Reply keys);
   void readValue(std::string_view key);
   void onReply(Reply reply) override;
@@ -64,7 +69,8 @@ class PinTableWriter final : private Connection::Receiver,
   Link& link_;
   Zel::Ptr<Zel::Dir> pins_;
   Log log_;
-  std::unordered_map<std::string, std::uint32_t> written_;  // the table as far as known
+  KeyMap<std::uint32_t> written_;  // the table as far as known
+  std::string key_;                // the key of the row being written; kept to reuse its capacity
   DirtyKeys marked_;
   bool flushQueued_ = false;
   bool syncing_ = false;

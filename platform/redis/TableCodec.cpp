@@ -109,8 +109,12 @@ Hash hashOf(Led::LightSetting const& setting) {
   return hash;
 }
 
-Decoded<Mapping> mappingOf(HashView hash) {
-  Mapping mapping;
+std::optional<Refusal> mappingInto(HashView hash, Mapping& mapping) {
+  for (auto& pins : mapping.pins) pins.clear();
+  mapping.ready = false;
+  auto refusal = [](std::string_view field, std::string_view value, char const* reason) {
+    return Refusal{std::string(field), std::string(value), reason};
+  };
   for (auto const& [field, value] : hash) {
     if (int const colour = colourIndex(field); colour >= 0) {
       std::string_view rest = value;
@@ -118,25 +122,26 @@ Decoded<Mapping> mappingOf(HashView hash) {
         std::size_t const comma = rest.find(',');
         std::string_view const pin = rest.substr(0, comma);
         if (!isValidName(pin)) {
-          return refused<Mapping>(std::string(field), std::string(value),
-                                  "pin names are non-empty, without \"|\" or \"/\"");
+          return refusal(field, value, "pin names are non-empty, without \"|\" or \"/\"");
         }
         mapping.pins[colour].emplace_back(pin);
         if (comma == std::string_view::npos) break;
         rest.remove_prefix(comma + 1);
-        if (rest.empty()) {
-          return refused<Mapping>(std::string(field), std::string(value),
-                                  "a pin list does not end in \",\"");
-        }
+        if (rest.empty()) return refusal(field, value, "a pin list does not end in \",\"");
       }
     } else if (field == "ready") {
       auto flag = flagOf(value);
-      if (!flag)
-        return refused<Mapping>(std::string(field), std::string(value), "a flag is 0 or 1");
+      if (!flag) return refusal(field, value, "a flag is 0 or 1");
       mapping.ready = *flag;
     }
   }
-  return {mapping, {}};
+  return std::nullopt;
+}
+
+Decoded<Mapping> mappingOf(HashView hash) {
+  Mapping mapping;
+  if (auto refusal = mappingInto(hash, mapping)) return {std::nullopt, std::move(*refusal)};
+  return {std::move(mapping), {}};
 }
 
 Hash hashOf(Mapping const& mapping) {

@@ -61,6 +61,9 @@ struct Mapping {
   bool ready = false;
 };
 Decoded<Mapping> mappingOf(HashView hash);
+// The same into `mapping`, whose lists keep their capacity from one hash to the next; the
+// refusal when the hash is refused.
+std::optional<Refusal> mappingInto(HashView hash, Mapping& mapping);
 Hash hashOf(Mapping const& mapping);
 
 // Keys examined per SCAN step. The tables share one keyspace, so a step of a large database

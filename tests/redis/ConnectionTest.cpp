@@ -1,5 +1,6 @@
 // The client connection's own machinery against a real server: replies decoded into reused
-// blocks keep their shape, and a command queued in a turn goes out when the turn ends.
+// blocks keep their shape, a command queued in a turn goes out when the turn ends (or sooner, when
+// the turn queues much), and keys wait for their read once each.
 #include <gtest/gtest.h>
 #include <hiredis/hiredis.h>
 
@@ -7,6 +8,7 @@
 #include <vector>
 
 #include "platform/redis/Connection.h"
+#include "platform/redis/DirtyKeys.h"
 #include "platform/redis/ReplyArena.h"
 #include "platform/redis/TableScan.h"
 #include "platform/zel/ActivityManager.h"
@@ -89,6 +91,72 @@ TEST(ConnectionTest, CommandQueuedInATurnIsAnsweredWithinOneWaitOfTheLoop) {
   loop.pollIo(5.0);
   ASSERT_EQ(answers.size(), 2u);
   EXPECT_EQ(answers[1], "pin");
+}
+
+// A resync queues megabytes of commands in one turn. They must reach the server while the turn
+// still runs, and arrive whole and in order however the socket splits them.
+TEST(ConnectionTest, ATurnQueuingMoreThanTheSocketTakesIsSentAsItGoesAndAnsweredInOrder) {
+  RedisServer server;
+  Zel::ActivityManager loop(Zel::ActivityManager::TimeSource::monotonic);
+  Connection connection(loop, [](std::string const&) {});
+  Endpoint endpoint;
+  endpoint.kind = Endpoint::Kind::unixSocket;
+  endpoint.path = server.socketPath();
+  std::string error;
+  ASSERT_TRUE(connection.open(endpoint, nullptr, false, error)) << error;
+  std::vector<std::string> answers;
+  auto record = [&answers](Reply reply) { answers.emplace_back(reply.printed()); };
+  connection.command({"PING"}, record);
+  for (int wait = 0; wait < 500 && answers.empty(); ++wait) loop.pollIo(0.01);
+  ASSERT_EQ(answers.size(), 1u);
+
+  constexpr int kCount = 20000;  // about 3 MB of commands
+  std::string const padding(120, 'x');
+  for (int i = 0; i < kCount; ++i) {
+    std::string const n = std::to_string(i);
+    connection.command({"SET", "k" + n, n + padding}, nullptr);
+    connection.command({"APPEND", "order", n + ","}, nullptr);
+  }
+  redisContext* other = redisConnectUnix(server.socketPath().c_str());
+  ASSERT_TRUE(other && !other->err);
+  bool arrived = false;
+  for (int ask = 0; ask < 500 && !arrived; ++ask) {
+    auto* reply = static_cast<redisReply*>(redisCommand(other, "EXISTS k0"));
+    arrived = reply && reply->type == REDIS_REPLY_INTEGER && reply->integer == 1;
+    freeReplyObject(reply);
+  }
+  redisFree(other);
+  EXPECT_TRUE(arrived) << "nothing reached the server before the turn ended";
+
+  connection.command({"GET", "k" + std::to_string(kCount - 1)}, record);
+  connection.command({"GET", "order"}, record);
+  for (int wait = 0; wait < 2000 && answers.size() < 3; ++wait) {
+    loop.runPending();
+    loop.pollIo(0.01);
+  }
+  ASSERT_EQ(answers.size(), 3u);
+  EXPECT_EQ(answers[1], std::to_string(kCount - 1) + padding);
+  std::string order;
+  for (int i = 0; i < kCount; ++i) order += std::to_string(i) + ",";
+  EXPECT_TRUE(answers[2] == order) << "the commands reached the server out of order";
+}
+
+// A key taken for its read must be markable again at once: a change that comes while the read is
+// on its way is read again, never lost. Keys long enough to live outside the string itself are
+// the ones a resync moves around.
+TEST(DirtyKeysTest, TakesEachKeyOnceInOrderAndForgetsWhatItHandedOut) {
+  DirtyKeys dirty;
+  std::string const led = "LED_CONFIG|a-name-longer-than-a-short-string";
+  EXPECT_TRUE(dirty.mark(led));
+  EXPECT_TRUE(dirty.mark("GPIO_LED|x"));
+  EXPECT_FALSE(dirty.mark(led));
+  auto const taken = dirty.take();
+  EXPECT_EQ(taken, (std::vector<std::string>{led, "GPIO_LED|x"}));
+  EXPECT_TRUE(dirty.empty());
+  EXPECT_FALSE(dirty.contains(led));
+  EXPECT_TRUE(dirty.mark(led));
+  EXPECT_TRUE(dirty.mark("GPIO_LED|x"));
+  EXPECT_EQ(dirty.take().size(), 2u);
 }
 
 // Walks are restarted on the same connection; the answers owed to an earlier one must not be
