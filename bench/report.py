@@ -115,8 +115,8 @@ SIZES = (1000, 10000, 100000)
 
 
 def build_rows(table, results):
-    scaling_rows(table, results, "StartUp", "1 Start-up")
-    scaling_rows(table, results, "Populate", "2 Populate after start")
+    scaling_rows(table, results, "StartUp", "1 Start-up", 1.5)
+    scaling_rows(table, results, "Populate", "2 Populate after start", 2)
     reaction_rows(table, results)
     flashing_rows(table, results)
     live_rows(table, results)
@@ -129,7 +129,7 @@ def build_rows(table, results):
     panel_rows(table, results)
 
 
-def scaling_rows(table, results, name, label):
+def scaling_rows(table, results, name, label, growth_limit):
     per_led = {}
     for n in SIZES:
         entry = results.benchmark("startup.json", "{}/leds:{}/".format(name, n))
@@ -157,9 +157,13 @@ def scaling_rows(table, results, name, label):
                       growth("cpu_us_per_led", middle, large),
                       growth("cpu_us_per_led", small, middle),
                       growth("us_per_led", middle, large), growth("us_per_led", small, middle)),
-                  "linear: <= x2 per 10x N",
+                  "<= x{:g} per 10x N".format(growth_limit),
                   max(growth("cpu_us_per_led", middle, large),
-                      growth("cpu_us_per_led", small, middle)) <= 2.0)
+                      growth("cpu_us_per_led", small, middle)) <= growth_limit,
+                  "at 100,000 LEDs each LED's look-ups land in tables far larger than the "
+                  "caches, and a miss of the address translation is dear on this virtual machine: "
+                  "with glibc.malloc.hugetlb=1 the same build grew x1.6-1.96 from 10,000 to "
+                  "100,000 and x1.04-1.13 from 1,000 to 10,000")
 
 
 def reaction_rows(table, results):
@@ -398,16 +402,27 @@ def database_rows(table, results):
                   trip["p99_ms"] < 2.0)
     resync = results.benchmark("database.json", "BM_DatabaseResync/")
     if resync is None:
-        table.unavailable("8 Database resync, start / reconnect", count(100000), "< 3 s")
+        table.unavailable("8 Database resync, start / reconnect", count(100000), "< 1.5 s")
     else:
         table.add("8 Database resync, start / reconnect", count(100000),
-                  "{:.2f} s / {:.2f} s".format(resync["start_s"], resync["reconnect_s"]), "< 3 s",
-                  max(resync["start_s"], resync["reconnect_s"]) < 3.0)
+                  "{:.2f} s / {:.2f} s".format(resync["start_s"], resync["reconnect_s"]),
+                  "< 1.5 s", max(resync["start_s"], resync["reconnect_s"]) < 1.5,
+                  # The server answers one command at a time on one thread: its own CPU for the
+                  # commands of a resync is a floor the wall time cannot go under.
+                  "the server alone spent {:.2f} s / {:.2f} s of CPU on the same spans, one "
+                  "thread; the rest is the agent's part that the pipeline does not overlap".format(
+                      resync.get("start_server_cpu_s", float("nan")),
+                      resync.get("reconnect_server_cpu_s", float("nan"))))
         if "start_cpu_s" in resync:
+            below = (resync["start_cpu_s"] < resync["start_server_cpu_s"]
+                     and resync["reconnect_cpu_s"] < resync["reconnect_server_cpu_s"])
             table.add("8 Database resync CPU, agent / server", count(100000),
                       "start {:.2f} s / {:.2f} s, reconnect {:.2f} s / {:.2f} s".format(
                           resync["start_cpu_s"], resync["start_server_cpu_s"],
-                          resync["reconnect_cpu_s"], resync["reconnect_server_cpu_s"]), "", None)
+                          resync["reconnect_cpu_s"], resync["reconnect_server_cpu_s"]),
+                      "agent below server", below,
+                      "at start the agent builds every LED, its pins and its reactor besides "
+                      "decoding; that part alone is the start-up row at 100,000 LEDs")
         table.add("8 Database reconnect, pins written", count(100000),
                   "{:.0f}".format(resync["reconnect_pin_writes"]), "0",
                   resync["reconnect_pin_writes"] == 0)
@@ -441,12 +456,13 @@ def driver_rows(table, results):
         label = "10 Driver, 0.5 s flashing live (values file), {}, CPU share".format(how)
         entry = results.benchmark(
             "driver.json", "DriverFlashing/leds:10000/seconds:20/spread_ms:{}/".format(spread))
+        target, limit = ("< 4 %", 4.0) if spread else ("< 5 %", 5.0)
         if entry is None:
-            table.unavailable(label, count(10000), "< 5 %")
+            table.unavailable(label, count(10000), target)
             continue
         table.add(label, count(10000), "{:.2f} % of one core, {} pin writes/s, {:.0f} wakes/s".format(
             entry["cpu_share_pct"], count(entry["pin_writes_per_s"]), entry["wakes_per_s"]),
-            "< 5 %", entry["cpu_share_pct"] < 5.0)
+            target, entry["cpu_share_pct"] < limit, wake_floor(results, entry["wakes_per_s"]))
 
 
 def panel_rows(table, results):
