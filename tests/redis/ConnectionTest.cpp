@@ -69,20 +69,29 @@ TEST(ReplyArenaTest, NestedRepliesKeepTheirShapeAndTheSpaceIsReused) {
   EXPECT_EQ(decoder.arena.blockCount(), blocks);
 }
 
-TEST(ConnectionTest, CommandQueuedInATurnIsAnsweredWithinOneWaitOfTheLoop) {
+// A connection to the test's own server, open and answered once, so that what a test then
+// queues is measured on a connection already up.
+class LiveConnectionTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    Endpoint endpoint;
+    endpoint.kind = Endpoint::Kind::unixSocket;
+    endpoint.path = server.socketPath();
+    std::string error;
+    ASSERT_TRUE(connection.open(endpoint, nullptr, false, error)) << error;
+    connection.command({"PING"}, [this](Reply reply) { answers.emplace_back(reply.printed()); });
+    for (int wait = 0; wait < 500 && answers.empty(); ++wait) loop.pollIo(0.01);
+    ASSERT_EQ(answers.size(), 1u);
+  }
+
   RedisServer server;
-  Zel::ActivityManager loop(Zel::ActivityManager::TimeSource::monotonic);
-  Connection connection(loop, [](std::string const&) {});
-  Endpoint endpoint;
-  endpoint.kind = Endpoint::Kind::unixSocket;
-  endpoint.path = server.socketPath();
-  std::string error;
-  ASSERT_TRUE(connection.open(endpoint, nullptr, false, error)) << error;
+  Zel::ActivityManager loop{Zel::ActivityManager::TimeSource::monotonic};
+  Connection connection{loop, [](std::string const&) {}};
   std::vector<std::string> answers;
-  auto record = [&answers](Reply reply) { answers.emplace_back(reply.text()); };
-  connection.command({"PING"}, record);
-  for (int wait = 0; wait < 500 && answers.empty(); ++wait) loop.pollIo(0.01);
-  ASSERT_EQ(answers.size(), 1u);
+};
+
+TEST_F(LiveConnectionTest, CommandQueuedInATurnIsAnsweredWithinOneWaitOfTheLoop) {
+  auto record = [this](Reply reply) { answers.emplace_back(reply.text()); };
 
   // Written as the turn ends, not once the loop has waited to learn that the socket takes
   // output: the one wait that follows is for the answer.
@@ -95,20 +104,8 @@ TEST(ConnectionTest, CommandQueuedInATurnIsAnsweredWithinOneWaitOfTheLoop) {
 
 // A resync queues megabytes of commands in one turn. They must reach the server while the turn
 // still runs, and arrive whole and in order however the socket splits them.
-TEST(ConnectionTest, ATurnQueuingMoreThanTheSocketTakesIsSentAsItGoesAndAnsweredInOrder) {
-  RedisServer server;
-  Zel::ActivityManager loop(Zel::ActivityManager::TimeSource::monotonic);
-  Connection connection(loop, [](std::string const&) {});
-  Endpoint endpoint;
-  endpoint.kind = Endpoint::Kind::unixSocket;
-  endpoint.path = server.socketPath();
-  std::string error;
-  ASSERT_TRUE(connection.open(endpoint, nullptr, false, error)) << error;
-  std::vector<std::string> answers;
-  auto record = [&answers](Reply reply) { answers.emplace_back(reply.printed()); };
-  connection.command({"PING"}, record);
-  for (int wait = 0; wait < 500 && answers.empty(); ++wait) loop.pollIo(0.01);
-  ASSERT_EQ(answers.size(), 1u);
+TEST_F(LiveConnectionTest, ATurnQueuingMoreThanTheSocketTakesIsSentAsItGoesAndAnsweredInOrder) {
+  auto record = [this](Reply reply) { answers.emplace_back(reply.printed()); };
 
   constexpr int kCount = 20000;  // about 3 MB of commands
   std::string const padding(120, 'x');
