@@ -60,11 +60,12 @@ void PanelEvents::viewerArrived() {
   if (!checkTimer_.isRunning()) checkTimer_.startAt(feed_.loop.currentTime() + settings_.slowCheck);
 }
 
-void PanelEvents::onPinArrived(std::string const& name, Pin const& pin) {
+PanelEvents::Tag PanelEvents::onPinArrived(std::string const& name, Pin const& pin) {
   changed(name, pin.value());
+  return 0;
 }
 
-void PanelEvents::onPinValue(std::string const& name, Pin const& pin) {
+void PanelEvents::onPinValue(Tag, std::string const& name, Pin const& pin) {
   changed(name, pin.value());
 }
 

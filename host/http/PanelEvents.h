@@ -48,8 +48,8 @@ class PanelEvents final : private Hardware::Gpio::PinDirectoryFollower::Owner {
  private:
   using Pin = Hardware::Gpio::CorvelPinConfig;
 
-  void onPinArrived(std::string const& name, Pin const& pin) override;
-  void onPinValue(std::string const& name, Pin const& pin) override;
+  Tag onPinArrived(std::string const& name, Pin const& pin) override;
+  void onPinValue(Tag, std::string const& name, Pin const& pin) override;
   void onPinLeft(std::string const& name) override;
   struct PinSlot {
     std::optional<std::uint32_t> value;

@@ -7,11 +7,12 @@ namespace Host {
 PinWatcher::PinWatcher(Zel::Dir& pins, Clock clock, Listener listener)
     : clock_(std::move(clock)), listener_(std::move(listener)), follower_(pins, *this) {}
 
-void PinWatcher::onPinArrived(std::string const& name, Pin const& pin) {
+PinWatcher::Tag PinWatcher::onPinArrived(std::string const& name, Pin const& pin) {
   report(name, pin.value());
+  return 0;
 }
 
-void PinWatcher::onPinValue(std::string const& name, Pin const& pin) {
+void PinWatcher::onPinValue(Tag, std::string const& name, Pin const& pin) {
   report(name, pin.value());
 }
 

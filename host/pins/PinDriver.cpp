@@ -187,17 +187,21 @@ PinDriver::Pin const* PinDriver::find(std::string const& name) const {
   return found == map_.index.end() ? nullptr : &pins_[found->second];
 }
 
-void PinDriver::onPinArrived(std::string const& name, PinConfig const& pin) {
+PinDriver::Tag PinDriver::onPinArrived(std::string const& name, PinConfig const& pin) {
   auto const mapped = map_.index.find(name);
-  if (mapped != map_.index.end()) return onValue(mapped->second, pin.value() != 0);
-  if (!warnedUnmapped_.insert(name).second) return;
-  log_("pins: pin '" + name + "' is not in " + map_.source + "; it is not driven");
-  if (faultListener_) faultListener_(name, true);
+  if (mapped != map_.index.end()) {
+    onValue(mapped->second, pin.value() != 0);
+    return mapped->second;
+  }
+  if (warnedUnmapped_.insert(name).second) {
+    log_("pins: pin '" + name + "' is not in " + map_.source + "; it is not driven");
+    if (faultListener_) faultListener_(name, true);
+  }
+  return kUnmapped;
 }
 
-void PinDriver::onPinValue(std::string const& name, PinConfig const& pin) {
-  auto const mapped = map_.index.find(name);
-  if (mapped != map_.index.end()) onValue(mapped->second, pin.value() != 0);
+void PinDriver::onPinValue(Tag pin, std::string const&, PinConfig const& config) {
+  if (pin != kUnmapped) onValue(pin, config.value() != 0);
 }
 
 // A pin whose configuration went away is no longer lit by anyone.
@@ -233,7 +237,10 @@ void PinDriver::markAll() {
 
 void PinDriver::latch() {
   latchQueued_ = false;
-  std::vector<PinWrite> writes;
+  // Kept from latch to latch for its capacity: a flashing board latches hundreds of times a
+  // second and should not allocate each time.
+  std::vector<PinWrite> writes = std::move(latchWrites_);
+  writes.clear();
   for (std::size_t pin : dirty_) {
     Pin& p = pins_[pin];
     p.dirty = false;
@@ -242,12 +249,15 @@ void PinDriver::latch() {
   }
   dirty_.clear();
   writeNow(writes);
+  latchWrites_ = std::move(writes);
 }
 
 void PinDriver::writeNow(std::vector<PinWrite> const& writes) {
   if (writes.empty()) return;
   // Grouped by backend, so that each can make one write of everything that changed.
-  std::vector<std::vector<PinWrite>> perBackend(backends_.size());
+  std::vector<std::vector<PinWrite>> perBackend = std::move(perBackend_);
+  perBackend.resize(backends_.size());
+  for (auto& group : perBackend) group.clear();
   for (PinWrite const& write : writes) {
     std::size_t const backend = slotOf(pins_[write.pin].address->backend);
     perBackend[backend].push_back(write);
@@ -260,6 +270,7 @@ void PinDriver::writeNow(std::vector<PinWrite> const& writes) {
     if (perBackend[b].empty()) continue;
     for (PinFault const& failed : backends_[b]->write(perBackend[b])) fault(failed);
   }
+  perBackend_ = std::move(perBackend);
 }
 
 void PinDriver::fault(PinFault const& failed) {

@@ -108,10 +108,12 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
 
  private:
   using PinConfig = Hardware::Gpio::CorvelPinConfig;
+  static constexpr Tag kUnmapped = static_cast<Tag>(-1);
 
   void claimAll();
-  void onPinArrived(std::string const& name, PinConfig const& pin) override;
-  void onPinValue(std::string const& name, PinConfig const& pin) override;
+  // The tag is the pin's position in pins_, or kUnmapped.
+  Tag onPinArrived(std::string const& name, PinConfig const& pin) override;
+  void onPinValue(Tag pin, std::string const& name, PinConfig const& config) override;
   void onPinLeft(std::string const& name) override;
   void onValue(std::size_t pin, bool lit);
   void mark(std::size_t pin);
@@ -133,6 +135,8 @@ class PinDriver final : private Hardware::Gpio::PinDirectoryFollower::Owner {
   std::optional<Hardware::Gpio::PinDirectoryFollower> follower_;  // none once stopped
   std::unordered_set<std::string> warnedUnmapped_;
   std::vector<std::size_t> dirty_;
+  std::vector<PinWrite> latchWrites_;              // reused by each latch
+  std::vector<std::vector<PinWrite>> perBackend_;  // reused by each write
   bool latchQueued_ = false;
   bool lampOn_ = false;
   Zel::Timer lampTimer_;

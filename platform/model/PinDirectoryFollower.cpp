@@ -28,8 +28,9 @@ class PinDirectoryFollower::PinReactor : public CorvelPinConfig::NotifieeConst {
       : CorvelPinConfig::NotifieeConst(pin), follower_(follower) {}
   void onValue() override {
     auto const* pin = static_cast<CorvelPinConfig const*>(notifier());
-    if (follower_ && pin) follower_->onValue(pin->name().stdString(), *pin);
+    if (follower_ && pin) follower_->owner_->onPinValue(tag_, pin->name().stdString(), *pin);
   }
+  void tagIs(Owner::Tag tag) noexcept { tag_ = tag; }
   // Cut from both ends: a detached reactor may still be held by a delivery under way.
   void detach() noexcept {
     follower_ = nullptr;
@@ -38,6 +39,7 @@ class PinDirectoryFollower::PinReactor : public CorvelPinConfig::NotifieeConst {
 
  private:
   PinDirectoryFollower* follower_;
+  Owner::Tag tag_ = 0;
 };
 
 PinDirectoryFollower::PinDirectoryFollower(Zel::Dir& pins, Owner& owner)
@@ -54,6 +56,7 @@ PinDirectoryFollower::~PinDirectoryFollower() {
 
 void PinDirectoryFollower::onEntry(Zel::Name const& name) {
   auto const pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(name));
+  Zel::Ptr<PinReactor> reactor;
   if (Zel::Ptr<PinReactor>* found = followed_.find(name)) {
     if (pin && (*found)->notifier() == pin.ptr()) return;
     (*found)->detach();
@@ -62,13 +65,14 @@ void PinDirectoryFollower::onEntry(Zel::Name const& name) {
       owner_->onPinLeft(name.stdString());
       return;
     }
-    *found = Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(pin), this);
+    reactor = *found = Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(pin), this);
   } else if (!pin) {
     return;
   } else {
-    followed_.insert(name, Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(pin), this));
+    reactor = Zel::allocate<PinReactor>(Zel::Ptr<CorvelPinConfig const>(pin), this);
+    followed_.insert(name, reactor);
   }
-  owner_->onPinArrived(name.stdString(), *pin);
+  reactor->tagIs(owner_->onPinArrived(name.stdString(), *pin));
 }
 
 // The directory does not say what changed: every pin it holds and every pin followed is looked at.
@@ -78,10 +82,6 @@ void PinDirectoryFollower::onAllEntries() {
   for (auto member : pins_->entries()) names.push_back(member.key);
   for (auto member : followed_) names.push_back(member.key);
   for (Zel::Name const& name : names) onEntry(name);
-}
-
-void PinDirectoryFollower::onValue(std::string const& name, CorvelPinConfig const& pin) {
-  owner_->onPinValue(name, pin);
 }
 
 }  // namespace Hardware::Gpio

@@ -2,8 +2,11 @@
 // its name, and an owner told when a pin arrives (or is replaced by another entity), when its
 // value changes and when it leaves. Each notification costs the one name it is about; only a
 // whole-directory notification goes over every pin, to learn what came and went without a name.
+// A value change, the frequent one, costs no look-up at all: the owner hands back a tag of its
+// own when a pin arrives (its slot for the pin, say) and gets it with every value of that pin.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 #include "platform/model/CorvelPinConfig.h"
@@ -17,10 +20,12 @@ class PinDirectoryFollower {
  public:
   class Owner {
    public:
+    using Tag = std::size_t;
     virtual ~Owner() = default;
     // Also when another entity takes the place of one already followed under that name.
-    virtual void onPinArrived(std::string const& name, CorvelPinConfig const& pin) = 0;
-    virtual void onPinValue(std::string const& name, CorvelPinConfig const& pin) = 0;
+    // Returns the tag that comes back with this pin's values.
+    virtual Tag onPinArrived(std::string const& name, CorvelPinConfig const& pin) = 0;
+    virtual void onPinValue(Tag tag, std::string const& name, CorvelPinConfig const& pin) = 0;
     virtual void onPinLeft(std::string const& name) = 0;
   };
 
@@ -40,7 +45,6 @@ class PinDirectoryFollower {
 
   void onEntry(Zel::Name const& name);
   void onAllEntries();
-  void onValue(std::string const& name, CorvelPinConfig const& pin);
 
   Zel::Ptr<Zel::Dir> pins_;
   Owner* owner_;

@@ -19,11 +19,12 @@ PinTableWriter::PinTableWriter(Zel::ActivityManager& loop, Link& link, Zel::Dir&
       rewriteWaiters_(loop),
       follower_(pins, *this) {}
 
-void PinTableWriter::onPinArrived(std::string const& name, Pin const&) {
+PinTableWriter::Tag PinTableWriter::onPinArrived(std::string const& name, Pin const&) {
   mark(name);
+  return 0;
 }
 
-void PinTableWriter::onPinValue(std::string const& name, Pin const&) {
+void PinTableWriter::onPinValue(Tag, std::string const& name, Pin const&) {
   mark(name);
 }
 

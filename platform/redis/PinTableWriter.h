@@ -50,8 +50,8 @@ class PinTableWriter final : private Connection::Receiver,
   using Pin = Hardware::Gpio::CorvelPinConfig;
   static constexpr std::uint32_t kUnknown = ~0u;  // a table value that is not 0 or 1
 
-  void onPinArrived(std::string const& name, Pin const& pin) override;
-  void onPinValue(std::string const& name, Pin const& pin) override;
+  Tag onPinArrived(std::string const& name, Pin const& pin) override;
+  void onPinValue(Tag, std::string const& name, Pin const& pin) override;
   void onPinLeft(std::string const& name) override;
   void mark(std::string const& name);
   void flushSoon();

@@ -14,12 +14,16 @@ namespace {
 
 class Recorder : public PinDirectoryFollower::Owner {
  public:
-  void onPinArrived(std::string const& name, CorvelPinConfig const& pin) override {
+  // Each arrival gets a tag of its own, so that a value heard with another pin's tag shows.
+  Tag onPinArrived(std::string const& name, CorvelPinConfig const& pin) override {
     heard.push_back("arrived " + name + " " + std::to_string(pin.value()));
+    return ++arrivals;
   }
-  void onPinValue(std::string const& name, CorvelPinConfig const& pin) override {
-    heard.push_back("value " + name + " " + std::to_string(pin.value()));
+  void onPinValue(Tag tag, std::string const& name, CorvelPinConfig const& pin) override {
+    heard.push_back("value " + name + " " + std::to_string(pin.value()) + " #" +
+                    std::to_string(tag));
   }
+  Tag arrivals = 0;
   void onPinLeft(std::string const& name) override { heard.push_back("left " + name); }
   std::vector<std::string> heard;
 };
@@ -49,7 +53,7 @@ TEST_F(PinDirectoryFollowerTest, FollowsEachPinFromArrivalToLeaving) {
   auto b = pin("b");
   EXPECT_EQ(heard(), std::vector<std::string>{"arrived b 0"});
   b->valueIs(1);
-  EXPECT_EQ(heard(), std::vector<std::string>{"value b 1"});
+  EXPECT_EQ(heard(), std::vector<std::string>{"value b 1 #2"});
 
   // Another entity under a followed name: the old one is no longer heard.
   pins_->entryDel("b");
@@ -57,7 +61,7 @@ TEST_F(PinDirectoryFollowerTest, FollowsEachPinFromArrivalToLeaving) {
   b->valueIs(0);
   EXPECT_EQ(heard(), std::vector<std::string>{"arrived b 0"});
   b2->valueIs(1);
-  EXPECT_EQ(heard(), std::vector<std::string>{"value b 1"});
+  EXPECT_EQ(heard(), std::vector<std::string>{"value b 1 #3"});
 
   pins_->entryDel("a");
   EXPECT_EQ(heard(), std::vector<std::string>{"left a"});
