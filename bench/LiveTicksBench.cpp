@@ -1,8 +1,10 @@
 // Live tick accuracy: LEDs flashing at 0.5 s on the monotonic clock, the loop running for real.
-// Arguments: LED count, seconds of each of the two stretches, and the span in milliseconds over
+// Arguments: LED count, seconds of each of the two stretches, the span in milliseconds over
 // which the flashing settings arrive, evenly, as LEDs switched one after another (0: all at once,
-// in one burst). The peer comparison starts its LEDs over the same spans. Each run belongs in a
-// process of its own (the peak resident size is the process's).
+// in one burst), and the loop's wake span in microseconds (how close together expiries must be
+// to share a wake: the loop's 1 ms, or a finer one to show what lateness costs in wakes). The
+// peer comparison starts its LEDs over the same spans. Each run belongs in a process of its own
+// (the peak resident size is the process's).
 #include <benchmark/benchmark.h>
 
 #include <sys/timerfd.h>
@@ -47,8 +49,10 @@ void liveTicks(benchmark::State& state) {
   auto const leds = static_cast<std::size_t>(state.range(0));
   auto const seconds = static_cast<double>(state.range(1));
   double const spread = static_cast<double>(state.range(2)) / 1000.0;
+  double const wakeSpan = static_cast<double>(state.range(3)) / 1e6;
   for (auto _ : state) {
     AgentRig rig(Zel::ActivityManager::TimeSource::monotonic);
+    rig.loop().wakeGranularityIs(wakeSpan);
     rig.publishLeds(leds, AgentRig::Mix::allDark);
     rig.startAgentAndSettle();
 
@@ -91,13 +95,15 @@ void liveTicks(benchmark::State& state) {
 
 BENCHMARK(liveTicks)
     ->Name("LiveTicks")
-    ->ArgNames({"leds", "seconds", "spread_ms"})
-    ->Args({10000, 20, 500})
-    ->Args({10000, 20, 0})
-    ->Args({1000, 10, 0})
-    ->Args({1000, 10, 200})
-    ->Args({100, 10, 0})
-    ->Args({100, 10, 200})
+    ->ArgNames({"leds", "seconds", "spread_ms", "span_us"})
+    ->Args({10000, 20, 500, 1000})
+    ->Args({10000, 20, 500, 250})
+    ->Args({10000, 20, 500, 500})
+    ->Args({10000, 20, 0, 1000})
+    ->Args({1000, 10, 0, 1000})
+    ->Args({1000, 10, 200, 1000})
+    ->Args({100, 10, 0, 1000})
+    ->Args({100, 10, 200, 1000})
     ->Iterations(1)
     ->UseManualTime()
     ->Unit(benchmark::kSecond);

@@ -5,8 +5,14 @@
 //   Populate: the agent runs on empty directories; the same LEDs are then published one by one
 //             as another agent would (mapping, then configuration), each delivered before the
 //             next is published. Timed over all of it, publishing included.
+//   RandomRead: the machine alone: what one read at a random place costs in a working set the
+//             size of what N LEDs hold (agent and inputs), reads depending on each other as a
+//             look-up's do. A per-LED time cannot grow less than its misses do.
 #include <benchmark/benchmark.h>
 
+#include <cstdint>
+#include <numeric>
+#include <random>
 #include <stdexcept>
 #include <vector>
 
@@ -84,6 +90,38 @@ void populate(benchmark::State& state) {
   reportPerLed(state, runs, leds);
 }
 
+// The resident bytes of one LED, the agent's and its inputs' (the memory benchmark's figures).
+constexpr std::size_t kBytesPerLed = 2500;
+
+// One cache line per slot; each holds the index of the next slot of one random cycle through
+// all of them, so every read waits for the one before, as a chain of look-ups does.
+struct alignas(64) Slot {
+  std::uint32_t next;
+};
+
+void randomRead(benchmark::State& state) {
+  auto const leds = static_cast<std::size_t>(state.range(0));
+  std::size_t const slots = leds * kBytesPerLed / sizeof(Slot);
+  std::vector<Slot> memory(slots);
+  std::vector<std::uint32_t> order(slots);
+  std::iota(order.begin(), order.end(), 0u);
+  std::shuffle(order.begin() + 1, order.end(), std::mt19937(7));
+  for (std::size_t i = 0; i < slots; ++i) memory[order[i]].next = order[(i + 1) % slots];
+  constexpr std::size_t kReads = 4'000'000;
+  std::uint32_t at = 0;
+  for (std::size_t i = 0; i < slots; ++i) at = memory[at].next;  // touched once: resident
+  double seconds = 0;
+  for (auto _ : state) {
+    double const start = wallSeconds();
+    for (std::size_t i = 0; i < kReads; ++i) at = memory[at].next;
+    seconds = wallSeconds() - start;
+    state.SetIterationTime(seconds);
+  }
+  benchmark::DoNotOptimize(at);
+  state.counters["ns_per_read"] = seconds / static_cast<double>(kReads) * 1e9;
+  state.counters["working_set_mib"] = static_cast<double>(slots * sizeof(Slot)) / (1 << 20);
+}
+
 void sizes(benchmark::internal::Benchmark* bench) {
   bench->ArgName("leds")->UseManualTime()->Unit(benchmark::kMillisecond);
 }
@@ -94,6 +132,13 @@ BENCHMARK(startUp)->Name("StartUp")->Apply(sizes)->Arg(100000)->Iterations(5);
 BENCHMARK(populate)->Name("Populate")->Apply(sizes)->Arg(1000)->Iterations(20);
 BENCHMARK(populate)->Name("Populate")->Apply(sizes)->Arg(10000)->Iterations(10);
 BENCHMARK(populate)->Name("Populate")->Apply(sizes)->Arg(100000)->Iterations(5);
+BENCHMARK(randomRead)
+    ->Name("RandomRead")
+    ->Apply(sizes)
+    ->Arg(1000)
+    ->Arg(10000)
+    ->Arg(100000)
+    ->Iterations(3);
 
 }  // namespace
 }  // namespace PinlampBench
