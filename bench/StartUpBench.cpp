@@ -10,6 +10,8 @@
 //             look-up's do. A per-LED time cannot grow less than its misses do.
 #include <benchmark/benchmark.h>
 
+#include <sys/resource.h>
+
 #include <cstdint>
 #include <numeric>
 #include <random>
@@ -35,15 +37,21 @@ void checkBuilt(AgentRig const& rig, std::size_t leds) {
 struct Runs {
   std::vector<double> wall;
   std::vector<double> cpu;
+  std::vector<double> faults;  // page faults taken in the run
 };
 
 // Times one run of `work` and records it.
 template <class Work>
 void timeRun(benchmark::State& state, Runs& runs, Work const& work) {
+  rusage before{};
+  ::getrusage(RUSAGE_SELF, &before);
   double const cpu = cpuSeconds();
   double const start = wallSeconds();
   work();
   double const elapsed = wallSeconds() - start;
+  rusage after{};
+  ::getrusage(RUSAGE_SELF, &after);
+  runs.faults.push_back(static_cast<double>(after.ru_minflt - before.ru_minflt));
   runs.cpu.push_back(cpuSeconds() - cpu);
   runs.wall.push_back(elapsed);
   state.SetIterationTime(elapsed);
@@ -54,6 +62,7 @@ void reportPerLed(benchmark::State& state, Runs& runs, std::size_t leds) {
   state.counters["us_per_led"] = quantile(runs.wall, 0.5) / n * 1e6;
   state.counters["cpu_us_per_led"] = quantile(runs.cpu, 0.5) / n * 1e6;
   state.counters["total_ms"] = quantile(runs.wall, 0.5) * 1e3;
+  state.counters["page_faults_per_led"] = quantile(runs.faults, 0.5) / n;
 }
 
 void startUp(benchmark::State& state) {

@@ -193,9 +193,12 @@ def scaling_why(results):
                 "working sets of 1,000 / 10,000 / 100,000 LEDs (x{:.1f} and x{:.1f} per 10x N), "
                 "so each of those look-ups grows as the table leaves the caches").format(
                     small, middle, large, ratio(middle, small), ratio(large, middle))
-    return why + ("; at 100,000 LEDs the first touch of 150 MB of fresh pages adds its page "
-                  "faults (16 % of the samples of the timed part, perf record); with "
-                  "glibc.malloc.hugetlb=1 the same build grew x1.6-1.96 from 10,000 to 100,000")
+    faults = [results.benchmark("startup.json", "StartUp/leds:{}/".format(n)) for n in SIZES]
+    if all(entry is not None and "page_faults_per_led" in entry for entry in faults):
+        why += ("; page faults per LED stay level ({}), so the growth is in the reads, not in "
+                "fresh memory").format(" / ".join("{:.2f}".format(entry["page_faults_per_led"])
+                                                  for entry in faults))
+    return why
 
 
 def reaction_rows(table, results):
