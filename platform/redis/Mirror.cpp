@@ -24,10 +24,6 @@ Mirror::Mirror(Zel::ActivityManager& loop, Link& link,
       mappings_(mappings),
       leds_(leds),
       log_(std::move(log)),
-      ledScan_(
-          link, kLedTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
-      mappingScan_(
-          link, kMappingTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
       quietWaiters_(loop) {}
 
 void Mirror::keyTouched(std::string_view key, std::string_view event) {
@@ -70,26 +66,32 @@ void Mirror::read(std::string key) {
     refuse(key, decoded.refusal);
     return;
   }
-  if (!link_.command({"HGETALL", key}, *this)) return;
-  reading_.insert_or_assign(key, false);
-  asked_.push_back(std::move(key));
+  auto const [reading, fresh] = reading_.try_emplace(std::move(key), false);
+  if (!fresh) {
+    reading->second = true;  // the read in flight is followed by another
+    return;
+  }
+  if (!link_.command({"HGETALL", reading->first}, *this)) {
+    reading_.erase(reading);
+    return;
+  }
+  // The answer finds its key without looking it up: a node of the table stays where it is until
+  // it is taken out.
+  asked_.push_back(reading);
   ++reads_;
   ++sent_;
 }
 
 void Mirror::onReply(Reply reply) {
   if (asked_.empty()) return;
-  std::string const key = std::move(asked_.front());
+  auto const read = reading_.extract(asked_.front());
   asked_.pop_front();
   ++answered_;
-  onHash(key, reply);
+  onHash(read.key(), read.mapped(), reply);
   resyncCheck();
 }
 
-void Mirror::onHash(std::string const& key, Reply reply) {
-  auto reading = reading_.find(key);
-  bool const again = reading != reading_.end() && reading->second;
-  if (reading != reading_.end()) reading_.erase(reading);
+void Mirror::onHash(std::string const& key, bool again, Reply reply) {
   if (reply.isNotServingYet()) {
     // Not an answer about the key: the link starts over and the whole read covers it.
     link_.commandFailed(reply);
@@ -149,8 +151,7 @@ void Mirror::resync() {
   resyncReads_.reset();
   resyncing_ = true;
   resyncStart_ = loop_.currentTime();
-  ledScan_.start();
-  mappingScan_.start();
+  scanning_ = true;
 }
 
 void Mirror::linkDown() {
@@ -160,17 +161,13 @@ void Mirror::linkDown() {
   }
   reading_.clear();
   asked_.clear();
-  ledScan_.stop();
-  mappingScan_.stop();
+  scanning_ = false;
   resyncing_ = false;
 }
 
-void Mirror::scanned(Reply keys) {
-  for (std::size_t i = 0; i < keys.size(); ++i) keyTouched(keys[i].text());
-}
-
-void Mirror::scanDone() {
-  if (isScanning()) return;
+void Mirror::scanEnded() {
+  if (!scanning_) return;
+  scanning_ = false;
   removeUnseen();
   flush();
   resyncReads_ = sent_;
