@@ -138,18 +138,20 @@ void PinTableWriter::readValue(std::string_view key) {
     return;
   }
   if (!link_.command({"HGET", key, kPinValueField}, *this)) return;
-  // The row stands as unknown until its answer says otherwise; the answer finds it without a
-  // second look-up. Nothing reads the rows before every answer is in.
-  asked_.push_back(&written_.try_emplace(std::string(parts.value->name), kUnknown).first->second);
+  // Kept as a row once answered: made when asked, rows for the whole table built during the walk
+  // cost the agent more than they saved at the answer.
+  asked_.push_back(std::string(parts.value->name));
 }
 
 void PinTableWriter::onReply(Reply reply) {
   if (asked_.empty()) return;
-  std::uint32_t& row = *asked_.front();
+  std::string name = std::move(asked_.front());
   asked_.pop_front();
   if (reply.isNotServingYet()) return link_.commandFailed(reply);
   std::string_view const text = reply.isError() ? std::string_view() : reply.text();
-  if (text == "0" || text == "1") row = text == "1" ? 1 : 0;
+  std::uint32_t value = kUnknown;
+  if (text == "0" || text == "1") value = text == "1" ? 1 : 0;
+  written_.emplace(std::move(name), value);
   syncStep();
 }
 

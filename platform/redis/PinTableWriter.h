@@ -80,7 +80,7 @@ class PinTableWriter final : private Connection::Receiver,
   bool inputsRead_ = false;
   bool scanning_ = false;
   Waiters rewriteWaiters_;
-  std::deque<std::uint32_t*> asked_;  // rows whose value is being read back, in the order asked
+  std::deque<std::string> asked_;  // pins whose value is being read back, in the order asked
   std::uint64_t writes_ = 0;
   // Last: its first notifications come while it is built and find the rest ready.
   Hardware::Gpio::PinDirectoryFollower follower_;
