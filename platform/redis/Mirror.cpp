@@ -47,6 +47,11 @@ void Mirror::flushSoon() {
 
 void Mirror::flush() {
   flushQueued_ = false;
+  readDirty();
+  quietCheck();
+}
+
+void Mirror::readDirty() {
   if (!link_.isUp()) return;  // resync on reconnect reads them all
   // While the tables are scanned the keys found are only collected, and read in one batch when
   // the scan ends: read page by page, each page's entities reach the agent in a turn of its own,
@@ -57,10 +62,9 @@ void Mirror::flush() {
   // dozen times.
   reading_.reserve(reading_.size() + keys.size());
   for (auto& key : keys) read(std::move(key));
-  quietCheck();
 }
 
-void Mirror::read(std::string key) {
+void Mirror::read(std::string key, bool again) {
   auto decoded = keyNameOf(key);
   if (!decoded.value) {
     refuse(key, decoded.refusal);
@@ -68,7 +72,7 @@ void Mirror::read(std::string key) {
   }
   auto const [reading, fresh] = reading_.try_emplace(std::move(key), false);
   if (!fresh) {
-    reading->second = true;  // the read in flight is followed by another
+    if (again) reading->second = true;  // the read in flight is followed by another
     return;
   }
   if (!link_.command({"HGETALL", reading->first}, *this)) {
@@ -159,6 +163,8 @@ void Mirror::linkDown() {
   for (auto const& [key, again] : reading_) {
     dirty_.mark(key);
   }
+  for (auto const& key : found_) dirty_.mark(key);
+  found_.clear();
   reading_.clear();
   asked_.clear();
   scanning_ = false;
@@ -168,10 +174,21 @@ void Mirror::linkDown() {
 void Mirror::scanEnded() {
   if (!scanning_) return;
   scanning_ = false;
+  if (!link_.isUp()) {
+    for (auto const& key : found_) dirty_.mark(key);
+    found_.clear();
+    return;  // the resync on reconnect reads them all
+  }
+  // The keys touched while the tables were scanned go first, then those found: each is asked
+  // once. The removals below still reach the agent before any answer.
+  reading_.reserve(reading_.size() + found_.size());
+  readDirty();
+  for (auto& key : found_) read(std::move(key), false);
+  found_.clear();
   removeUnseen();
-  flush();
   resyncReads_ = sent_;
   resyncCheck();
+  quietCheck();
 }
 
 void Mirror::resyncCheck() {
@@ -184,8 +201,8 @@ void Mirror::resyncCheck() {
 }
 
 void Mirror::removeUnseen() {
-  // Gone while the link was down: neither found by the scan nor touched since it began. Nothing
-  // is read while the tables are scanned, so every key found is still waiting to be read.
+  // Gone while the link was down: neither found by the scan nor touched since it began. Every
+  // key found or touched is being read by now, refused keys aside, which name no entity.
   auto gone = [this](char const* table, Zel::Name const& name) {
     key_.assign(table);
     key_ += kSeparator;

@@ -39,7 +39,7 @@ class Mirror final : private Connection::Receiver {
   // Reads both tables whole; the link is up and subscribed. The keys come from a walk over the
   // tables (keyFound), which ends with scanEnded; nothing is read before it ends.
   void resync();
-  void keyFound(std::string_view key) { keyTouched(key); }
+  void keyFound(std::string_view key) { found_.emplace_back(key); }
   void scanEnded();
   void linkDown();
   // Calls `done` once nothing is dirty, being read or being scanned.
@@ -64,7 +64,10 @@ class Mirror final : private Connection::Receiver {
  private:
   void flushSoon();
   void flush();
-  void read(std::string key);
+  void readDirty();
+  // `again`: a key already being read is read once more after its answer, as a key touched
+  // meanwhile is; otherwise it is asked once.
+  void read(std::string key, bool again = true);
   void onReply(Reply reply) override;
   // `again`: the key was touched while its read was in flight.
   void onHash(std::string const& key, bool again, Reply reply);
@@ -87,6 +90,9 @@ class Mirror final : private Connection::Receiver {
   std::deque<KeyMap<bool>::iterator> asked_;  // the reads in flight, in the order sent
   bool flushQueued_ = false;
   bool scanning_ = false;
+  // The keys a whole read's walk found, in the order found. Held apart from the dirty keys,
+  // which each cost a set entry: the read itself drops a key found twice.
+  std::vector<std::string> found_;
   // Keys deleted since their last read: one that exists again at the read was replaced whole
   // (DEL and HSET in one transaction) and is published as a new entity, as its writer meant;
   // any other changed hash is applied to the published entity in place.
