@@ -2,6 +2,13 @@
 
 namespace Statedb::Redis {
 
+namespace {
+
+// Where the pin table stands in the list the walk is made with.
+constexpr std::size_t kPinRows = 2;
+
+}  // namespace
+
 std::unique_ptr<Backend> Backend::backendIs(Zel::ActivityManager& loop,
                                             BackendOptions const& options,
                                             Hardware::Gpio::GpioLedSystemConfigDir& mappings,
@@ -19,7 +26,20 @@ Backend::Backend(Zel::ActivityManager& loop, Endpoint endpoint, LinkSettings set
     : loop_(loop),
       link_(loop, std::move(endpoint), {kLedTable, kMappingTable}, settings, log),
       mirror_(loop, link_, mappings, leds, log),
-      pinWriter_(loop, link_, pins, log) {
+      pinWriter_(loop, link_, pins, log),
+      scan_(
+          link_, {kLedTable, kMappingTable, kPinTable},
+          [this](std::size_t table, std::string_view key) {
+            if (table == kPinRows) {
+              pinWriter_.rowFound(key);
+            } else {
+              mirror_.keyFound(key);
+            }
+          },
+          [this] {
+            mirror_.scanEnded();
+            pinWriter_.scanEnded();
+          }) {
   link_.listenerIs(this);
   mirror_.resyncedHandlerIs([this] { inputsRead(); });
 }
@@ -30,11 +50,13 @@ void Backend::onLinkUp() {
   // nothing.
   mirror_.resync();
   pinWriter_.rewrite();
+  scan_.start();
   if (upHandler_) upHandler_(true);
 }
 
 void Backend::onLinkDown() {
   ++connection_;
+  scan_.stop();
   mirror_.linkDown();
   pinWriter_.linkDown();
   if (upHandler_) upHandler_(false);

@@ -11,6 +11,7 @@
 #include "platform/redis/Link.h"
 #include "platform/redis/Mirror.h"
 #include "platform/redis/PinTableWriter.h"
+#include "platform/redis/TableScan.h"
 
 namespace Statedb::Redis {
 
@@ -57,6 +58,8 @@ class Backend final : private Link::Listener {
   Link link_;
   Mirror mirror_;
   PinTableWriter pinWriter_;
+  // One walk finds the rows of all three tables for the mirror and the pin-table writer.
+  TableScan scan_;
   std::function<void(bool up)> upHandler_;
   std::uint64_t connection_ = 0;  // counts ups and downs: a late callback finds it moved on
 };

@@ -140,11 +140,7 @@ void Connection::sendEarly() {
   // only in part moves a bounded remainder, not the whole batch.
   redisContext& c = context_->c;
   if (!(c.flags & REDIS_CONNECTED) || sdslen(c.obuf) < sendAt_) return;
-  // The buffer alone, not the asynchronous handler: that would free the context on a failed
-  // write, perhaps inside the callback of a reply being handled. A failure stays recorded, and
-  // the write at the end of the turn reports it from the loop.
-  int done = 0;
-  redisBufferWrite(&c, &done);
+  loopWriteEarly(context_);
   // A full socket is tried again only once as much more has been queued.
   sendAt_ = sdslen(c.obuf) + kEarlySend;
 }

@@ -6,16 +6,21 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <type_traits>
 #include <unordered_map>
 
 namespace Statedb::Redis {
 
 struct KeyHash {
   using is_transparent = void;
-  std::size_t operator()(std::string_view key) const noexcept {
-    return std::hash<std::string_view>{}(key);
-  }
+  // Not noexcept on purpose: the standard library then keeps each key's hash in its node, so a
+  // look-up compares hashes before it reads a key's text (held apart from the node when long),
+  // and taking a key out or growing the table hashes nothing again. A resync does each of those
+  // hundreds of thousands of times.
+  std::size_t operator()(std::string_view key) const { return std::hash<std::string_view>{}(key); }
 };
+static_assert(!std::is_nothrow_invocable_v<KeyHash const&, std::string_view>,
+              "a noexcept hash makes the maps hash a key again for every removal");
 
 template <class T>
 using KeyMap = std::unordered_map<std::string, T, KeyHash, std::equal_to<>>;

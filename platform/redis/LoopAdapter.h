@@ -17,4 +17,8 @@ namespace Statedb::Redis {
 // Returns false when the context already has an event loop.
 bool loopAttach(Zel::ActivityManager& loop, redisAsyncContext* context);
 
+// Hands the socket what it takes of the output queued so far, in the middle of a turn. A failed
+// write is reported by the write at the end of the turn.
+void loopWriteEarly(redisAsyncContext* context);
+
 }  // namespace Statedb::Redis

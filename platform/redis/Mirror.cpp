@@ -24,10 +24,6 @@ Mirror::Mirror(Zel::ActivityManager& loop, Link& link,
       mappings_(mappings),
       leds_(leds),
       log_(std::move(log)),
-      ledScan_(
-          link, kLedTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
-      mappingScan_(
-          link, kMappingTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
       quietWaiters_(loop) {}
 
 void Mirror::keyTouched(std::string_view key, std::string_view event) {
@@ -51,6 +47,11 @@ void Mirror::flushSoon() {
 
 void Mirror::flush() {
   flushQueued_ = false;
+  readDirty();
+  quietCheck();
+}
+
+void Mirror::readDirty() {
   if (!link_.isUp()) return;  // resync on reconnect reads them all
   // While the tables are scanned the keys found are only collected, and read in one batch when
   // the scan ends: read page by page, each page's entities reach the agent in a turn of its own,
@@ -61,35 +62,40 @@ void Mirror::flush() {
   // dozen times.
   reading_.reserve(reading_.size() + keys.size());
   for (auto& key : keys) read(std::move(key));
-  quietCheck();
 }
 
-void Mirror::read(std::string key) {
+void Mirror::read(std::string key, bool again) {
   auto decoded = keyNameOf(key);
   if (!decoded.value) {
     refuse(key, decoded.refusal);
     return;
   }
-  if (!link_.command({"HGETALL", key}, *this)) return;
-  reading_.insert_or_assign(key, false);
-  asked_.push_back(std::move(key));
+  auto const [reading, fresh] = reading_.try_emplace(std::move(key), false);
+  if (!fresh) {
+    if (again) reading->second = true;  // the read in flight is followed by another
+    return;
+  }
+  if (!link_.command({"HGETALL", reading->first}, *this)) {
+    reading_.erase(reading);
+    return;
+  }
+  // The answer finds its key without looking it up: a node of the table stays where it is until
+  // it is taken out.
+  asked_.push_back(reading);
   ++reads_;
   ++sent_;
 }
 
 void Mirror::onReply(Reply reply) {
   if (asked_.empty()) return;
-  std::string const key = std::move(asked_.front());
+  auto const read = reading_.extract(asked_.front());
   asked_.pop_front();
   ++answered_;
-  onHash(key, reply);
+  onHash(read.key(), read.mapped(), reply);
   resyncCheck();
 }
 
-void Mirror::onHash(std::string const& key, Reply reply) {
-  auto reading = reading_.find(key);
-  bool const again = reading != reading_.end() && reading->second;
-  if (reading != reading_.end()) reading_.erase(reading);
+void Mirror::onHash(std::string const& key, bool again, Reply reply) {
   if (reply.isNotServingYet()) {
     // Not an answer about the key: the link starts over and the whole read covers it.
     link_.commandFailed(reply);
@@ -149,8 +155,7 @@ void Mirror::resync() {
   resyncReads_.reset();
   resyncing_ = true;
   resyncStart_ = loop_.currentTime();
-  ledScan_.start();
-  mappingScan_.start();
+  scanning_ = true;
 }
 
 void Mirror::linkDown() {
@@ -158,23 +163,32 @@ void Mirror::linkDown() {
   for (auto const& [key, again] : reading_) {
     dirty_.mark(key);
   }
+  for (auto const& key : found_) dirty_.mark(key);
+  found_.clear();
   reading_.clear();
   asked_.clear();
-  ledScan_.stop();
-  mappingScan_.stop();
+  scanning_ = false;
   resyncing_ = false;
 }
 
-void Mirror::scanned(Reply keys) {
-  for (std::size_t i = 0; i < keys.size(); ++i) keyTouched(keys[i].text());
-}
-
-void Mirror::scanDone() {
-  if (isScanning()) return;
+void Mirror::scanEnded() {
+  if (!scanning_) return;
+  scanning_ = false;
+  if (!link_.isUp()) {
+    for (auto const& key : found_) dirty_.mark(key);
+    found_.clear();
+    return;  // the resync on reconnect reads them all
+  }
+  // The keys touched while the tables were scanned go first, then those found: each is asked
+  // once. The removals below still reach the agent before any answer.
+  reading_.reserve(reading_.size() + found_.size());
+  readDirty();
+  for (auto& key : found_) read(std::move(key), false);
+  found_.clear();
   removeUnseen();
-  flush();
   resyncReads_ = sent_;
   resyncCheck();
+  quietCheck();
 }
 
 void Mirror::resyncCheck() {
@@ -187,8 +201,8 @@ void Mirror::resyncCheck() {
 }
 
 void Mirror::removeUnseen() {
-  // Gone while the link was down: neither found by the scan nor touched since it began. Nothing
-  // is read while the tables are scanned, so every key found is still waiting to be read.
+  // Gone while the link was down: neither found by the scan nor touched since it began. Every
+  // key found or touched is being read by now, refused keys aside, which name no entity.
   auto gone = [this](char const* table, Zel::Name const& name) {
     key_.assign(table);
     key_ += kSeparator;

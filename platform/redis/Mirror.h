@@ -24,7 +24,6 @@
 #include "platform/redis/KeyMap.h"
 #include "platform/redis/Link.h"
 #include "platform/redis/TableCodec.h"
-#include "platform/redis/TableScan.h"
 #include "platform/redis/Waiters.h"
 
 namespace Statedb::Redis {
@@ -37,8 +36,11 @@ class Mirror final : private Connection::Receiver {
   // A key was touched; `event` is the notification's ("del" marks the entity as replaced when
   // it is there again at the read, rather than changed).
   void keyTouched(std::string_view key, std::string_view event = {});
-  // Reads both tables whole; the link is up and subscribed.
+  // Reads both tables whole; the link is up and subscribed. The keys come from a walk over the
+  // tables (keyFound), which ends with scanEnded; nothing is read before it ends.
   void resync();
+  void keyFound(std::string_view key) { found_.emplace_back(key); }
+  void scanEnded();
   void linkDown();
   // Calls `done` once nothing is dirty, being read or being scanned.
   void whenQuiet(std::function<void()> done);
@@ -62,14 +64,16 @@ class Mirror final : private Connection::Receiver {
  private:
   void flushSoon();
   void flush();
-  void read(std::string key);
+  void readDirty();
+  // `again`: a key already being read is read once more after its answer, as a key touched
+  // meanwhile is; otherwise it is asked once.
+  void read(std::string key, bool again = true);
   void onReply(Reply reply) override;
-  void onHash(std::string const& key, Reply reply);
+  // `again`: the key was touched while its read was in flight.
+  void onHash(std::string const& key, bool again, Reply reply);
   void applyLed(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
   void applyMapping(std::string const& key, Zel::Name const& name, HashView hash, bool replaced);
-  bool isScanning() const noexcept { return ledScan_.isScanning() || mappingScan_.isScanning(); }
-  void scanned(Reply keys);
-  void scanDone();
+  bool isScanning() const noexcept { return scanning_; }
   void removeUnseen();
   void resyncCheck();
   void refuse(std::string const& key, Refusal const& refusal);
@@ -83,10 +87,12 @@ class Mirror final : private Connection::Receiver {
   DirtyKeys dirty_;
   // Keys being read, and whether they were touched again meanwhile.
   KeyMap<bool> reading_;
-  std::deque<std::string> asked_;  // the keys of the reads in flight, in the order sent
+  std::deque<KeyMap<bool>::iterator> asked_;  // the reads in flight, in the order sent
   bool flushQueued_ = false;
-  TableScan ledScan_;
-  TableScan mappingScan_;
+  bool scanning_ = false;
+  // The keys a whole read's walk found, in the order found. Held apart from the dirty keys,
+  // which each cost a set entry: the read itself drops a key found twice.
+  std::vector<std::string> found_;
   // Keys deleted since their last read: one that exists again at the read was replaced whole
   // (DEL and HSET in one transaction) and is published as a new entity, as its writer meant;
   // any other changed hash is applied to the published entity in place.

@@ -27,7 +27,8 @@ PinTableFollower::PinTableFollower(Zel::ActivityManager& loop, Endpoint endpoint
       pins_(&pins),
       log_(std::move(log)),
       scan_(
-          link_, kPinTable, [this](Reply keys) { scanned(keys); }, [this] { scanDone(); }),
+          link_, {kPinTable}, [this](std::size_t, std::string_view key) { mark(std::string(key)); },
+          [this] { scanDone(); }),
       quietWaiters_(loop) {
   link_.listenerIs(this);
 }
@@ -110,10 +111,6 @@ void PinTableFollower::apply(std::string const& key, std::string const& name, Re
   auto pin = Zel::ptrCast<CorvelPinConfig>(pins_->entityRef(entry));
   if (!pin) pin = Zel::ptrCast<CorvelPinConfig>(pins_->entryIs(entry, kPinType));
   if (pin && pin->value() != lit) pin->valueIs(lit);
-}
-
-void PinTableFollower::scanned(Reply keys) {
-  for (std::size_t i = 0; i < keys.size(); ++i) mark(std::string(keys[i].text()));
 }
 
 void PinTableFollower::scanDone() {

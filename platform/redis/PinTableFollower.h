@@ -47,7 +47,6 @@ class PinTableFollower final : private Link::Listener {
   void flush();
   void read(std::string const& key);
   void apply(std::string const& key, std::string const& name, Reply reply);
-  void scanned(Reply keys);
   void scanDone();
   bool isQuiet() const noexcept { return dirty_.empty() && readsOwed_ == 0 && !scan_.isScanning(); }
   void quietCheck();

@@ -14,8 +14,6 @@ PinTableWriter::PinTableWriter(Zel::ActivityManager& loop, Link& link, Zel::Dir&
       link_(link),
       pins_(&pins),
       log_(std::move(log)),
-      scan_(
-          link, kPinTable, [this](Reply keys) { scanned(keys); }, [this] { syncStep(); }),
       rewriteWaiters_(loop),
       follower_(pins, *this) {}
 
@@ -65,7 +63,11 @@ std::string_view PinTableWriter::keyOfPin(std::string_view name) {
 }
 
 void PinTableWriter::put(std::string_view name, Pin const* pin) {
-  auto held = written_.find(name);
+  put(name, pin, written_.find(name));
+}
+
+void PinTableWriter::put(std::string_view name, Pin const* pin,
+                         KeyMap<std::uint32_t>::iterator held) {
   if (pin) {
     std::uint32_t const value = pin->value();
     if (held == written_.end()) {
@@ -94,14 +96,22 @@ void PinTableWriter::rewrite() {
   inputsRead_ = false;
   asked_.clear();
   written_.clear();
+  // About as many rows as the agent has pins: the table is not rehashed step by step as the
+  // walk finds them.
+  written_.reserve(pins_->entries().size());
   marked_.clear();  // what it marked is taken in by the rewrite's walk
-  scan_.start();
+  scanning_ = true;
+}
+
+void PinTableWriter::scanEnded() {
+  scanning_ = false;
+  syncStep();
 }
 
 void PinTableWriter::linkDown() {
   asked_.clear();
   syncing_ = false;
-  scan_.stop();
+  scanning_ = false;
   rewritten();
 }
 
@@ -119,20 +129,18 @@ void PinTableWriter::rewritten() {
   rewriteWaiters_.release();
 }
 
-void PinTableWriter::scanned(Reply keys) {
-  for (std::size_t i = 0; i < keys.size(); ++i) readValue(keys[i].text());
-}
-
 void PinTableWriter::readValue(std::string_view key) {
   auto parts = keyNameOf(key);
-  std::string const name = parts.value ? std::string(parts.value->name) : std::string();
-  if (name.empty()) {
+  if (!parts.value) {
     // Not a key the agent could have written; it is not the agent's to keep.
     link_.write({"DEL", key});
     ++writes_;
     return;
   }
-  if (link_.command({"HGET", key, kPinValueField}, *this)) asked_.push_back(name);
+  if (!link_.command({"HGET", key, kPinValueField}, *this)) return;
+  // Kept as a row once answered: made when asked, rows for the whole table built during the walk
+  // cost the agent more than they saved at the answer.
+  asked_.push_back(std::string(parts.value->name));
 }
 
 void PinTableWriter::onReply(Reply reply) {
@@ -150,7 +158,7 @@ void PinTableWriter::onReply(Reply reply) {
 void PinTableWriter::syncStep() {
   // Before the agent has applied its inputs, a pin it does not have yet may be one it is about
   // to light again: deleting it would show it dark in between.
-  if (scan_.isScanning() || !asked_.empty() || !syncing_ || !inputsRead_) return;
+  if (scanning_ || !asked_.empty() || !syncing_ || !inputsRead_) return;
   syncing_ = false;
   // Only what differs is written, straight from the walk over the pins: a reconnect with nothing
   // changed queues no work per pin, and a pin is not looked up again by name.
@@ -159,8 +167,9 @@ void PinTableWriter::syncStep() {
   std::size_t held = 0;  // of those rows, the ones that have their pin
   for (auto member : pins_->entries()) {
     auto const pin = Zel::ptrCast<CorvelPinConfig>(member.value);
-    if (written_.contains(member.key.view())) ++held;
-    put(member.key.view(), pin.ptr());
+    auto const row = written_.find(member.key.view());
+    if (row != written_.end()) ++held;
+    put(member.key.view(), pin.ptr(), row);
   }
   // A row without a pin is one the agent no longer has; when every row has its pin, the pins
   // need not be looked up again one by one.

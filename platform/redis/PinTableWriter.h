@@ -19,7 +19,6 @@
 #include "platform/redis/DirtyKeys.h"
 #include "platform/redis/KeyMap.h"
 #include "platform/redis/Link.h"
-#include "platform/redis/TableScan.h"
 #include "platform/redis/Waiters.h"
 #include "platform/zel/Dir.h"
 
@@ -33,9 +32,12 @@ class PinTableWriter final : private Connection::Receiver,
   PinTableWriter(PinTableWriter const&) = delete;
   PinTableWriter& operator=(PinTableWriter const&) = delete;
 
-  // Reads the table back; the link is up. What differs is written once inputsRead() says the
-  // agent's pins stand as its inputs imply.
+  // Reads the table back; the link is up. Its rows come from a walk over the table (rowFound),
+  // which ends with scanEnded. What differs is written once that is over and inputsRead() says
+  // the agent's pins stand as its inputs imply.
   void rewrite();
+  void rowFound(std::string_view key) { readValue(key); }
+  void scanEnded();
   void inputsRead();
   // Calls `done` once no rewrite is pending (at once when none is, or the link goes down).
   void whenRewritten(std::function<void()> done);
@@ -58,8 +60,9 @@ class PinTableWriter final : private Connection::Receiver,
   // Writes the pin's value (or deletes its row, for no pin) when the table holds another; a row
   // written is remembered as the table's.
   void put(std::string_view name, Pin const* pin);
+  // The same, with the pin's row already looked up (end() for none).
+  void put(std::string_view name, Pin const* pin, KeyMap<std::uint32_t>::iterator row);
   std::string_view keyOfPin(std::string_view name);
-  void scanned(Reply keys);
   void readValue(std::string_view key);
   void onReply(Reply reply) override;
   void syncStep();
@@ -75,7 +78,7 @@ class PinTableWriter final : private Connection::Receiver,
   bool flushQueued_ = false;
   bool syncing_ = false;
   bool inputsRead_ = false;
-  TableScan scan_;
+  bool scanning_ = false;
   Waiters rewriteWaiters_;
   std::deque<std::string> asked_;  // pins whose value is being read back, in the order asked
   std::uint64_t writes_ = 0;

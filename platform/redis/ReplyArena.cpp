@@ -2,6 +2,7 @@
 
 #include <hiredis/hiredis.h>
 
+#include <algorithm>
 #include <cstddef>
 #include <cstring>
 
@@ -82,8 +83,17 @@ void ReplyArena::attachTo(redisReader& reader) {
 void* ReplyArena::allocate(std::size_t size) {
   size = (size + kAlignment - 1) / kAlignment * kAlignment;
   if (size > kBlockSize / 4) {
-    auto& space = large_.emplace_back(std::make_unique<std::byte[]>(size));  // zeroed
-    return space.get();
+    auto fits = std::find_if(spare_.begin(), spare_.end(),
+                             [size](Large const& spare) { return spare.size >= size; });
+    if (fits == spare_.end()) {
+      // Room to keep it at reset, which must not fail.
+      spare_.reserve(std::min(kSpareCount, spare_.size() + large_.size() + 1));
+      return large_.emplace_back(std::make_unique<std::byte[]>(size), size).space.get();  // zeroed
+    }
+    large_.push_back(std::move(*fits));
+    spare_.erase(fits);
+    std::memset(large_.back().space.get(), 0, size);
+    return large_.back().space.get();
   }
   if (blocks_.empty() || used_ + size > kBlockSize) {
     if (!blocks_.empty()) ++block_;
@@ -98,6 +108,11 @@ void* ReplyArena::allocate(std::size_t size) {
 }
 
 void ReplyArena::reset() noexcept {
+  for (auto& large : large_) {
+    if (large.size <= kSpareLimit && spare_.size() < spare_.capacity()) {
+      spare_.push_back(std::move(large));
+    }
+  }
   large_.clear();
   block_ = 0;
   used_ = 0;

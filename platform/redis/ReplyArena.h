@@ -31,9 +31,19 @@ class ReplyArena {
   static constexpr std::size_t kBlockSize = 64 * 1024;
 
   std::vector<std::unique_ptr<std::byte[]>> blocks_;
-  std::vector<std::unique_ptr<std::byte[]>> large_;  // parts bigger than a block, freed at reset
-  std::size_t block_ = 0;                            // the block being carved
-  std::size_t used_ = 0;                             // bytes of it handed out
+  struct Large {
+    std::unique_ptr<std::byte[]> space;
+    std::size_t size;
+  };
+  // Parts bigger than a block: those of the reply being decoded, and space kept for the next
+  // ones. A page of a scan is one such part per reply; freed and taken again each time, it made
+  // the allocator sweep all its small free chunks at every page.
+  std::vector<Large> large_;
+  std::vector<Large> spare_;
+  static constexpr std::size_t kSpareLimit = 1024 * 1024;  // larger parts are not kept
+  static constexpr std::size_t kSpareCount = 4;            // nor more than this many
+  std::size_t block_ = 0;                                  // the block being carved
+  std::size_t used_ = 0;                                   // bytes of it handed out
 };
 
 }  // namespace Statedb::Redis

@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 #include <hiredis/hiredis.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -67,6 +68,13 @@ TEST(ReplyArenaTest, NestedRepliesKeepTheirShapeAndTheSpaceIsReused) {
   EXPECT_GT(blocks, 1u);
   decoder.done(decoder.next(many));
   EXPECT_EQ(decoder.arena.blockCount(), blocks);
+  // Space kept from a larger part comes back empty: a shorter text still ends where it ends.
+  std::string const shorter(30000, 'y');
+  redisReply* reply =
+      decoder.next("$" + std::to_string(shorter.size()) + "\r\n" + shorter + "\r\n");
+  ASSERT_NE(reply, nullptr);
+  EXPECT_EQ(std::string(reply->str), shorter);
+  decoder.done(reply);
 }
 
 // A connection to the test's own server, open and answered once, so that what a test then
@@ -166,11 +174,8 @@ TEST(TableScanTest, AWalkStartedAgainOrStoppedHandsEachKeyOnceAndEndsOnce) {
   std::vector<std::string> keys;
   int ends = 0;
   TableScan scan(
-      agent.backend->link(), kLedTable,
-      [&keys](Reply page) {
-        for (std::size_t i = 0; i < page.size(); ++i) keys.emplace_back(page[i].text());
-      },
-      [&ends] { ++ends; });
+      agent.backend->link(), {kLedTable},
+      [&keys](std::size_t, std::string_view key) { keys.emplace_back(key); }, [&ends] { ++ends; });
   scan.start();
   scan.start();
   ASSERT_TRUE(agent.settle());
@@ -183,6 +188,28 @@ TEST(TableScanTest, AWalkStartedAgainOrStoppedHandsEachKeyOnceAndEndsOnce) {
   ASSERT_TRUE(agent.settle());
   EXPECT_EQ(ends, 1);
   EXPECT_EQ(keys.size(), 3u);
+}
+
+// Tables read together share one walk, whose pattern lets through keys of neither: each key must
+// reach the table it belongs to, and a look-alike none.
+TEST(TableScanTest, AWalkOverSeveralTablesHandsEachKeyToItsOwnTableOnly) {
+  RedisServer server;
+  RedisAgent agent(server);
+  agent.publishLed("a", setting("g"));
+  agent.publishMapping("m", {.green = {"p1"}});
+  for (char const* other : {"LEIO_LED|x", "GPIO_LEDS|y", "GPIO_PIN|p2", "LED_CONFIG"}) {
+    agent.publisher().command({"HSET", other, "f", "1"});
+  }
+  ASSERT_TRUE(agent.settle());
+  std::vector<std::pair<std::size_t, std::string>> found;
+  TableScan scan(
+      agent.backend->link(), {kLedTable, kMappingTable},
+      [&found](std::size_t table, std::string_view key) { found.emplace_back(table, key); }, [] {});
+  scan.start();
+  ASSERT_TRUE(agent.settle());
+  std::sort(found.begin(), found.end());
+  EXPECT_EQ(found, (std::vector<std::pair<std::size_t, std::string>>{{0, "LED_CONFIG|a"},
+                                                                     {1, "GPIO_LED|m"}}));
 }
 
 }  // namespace

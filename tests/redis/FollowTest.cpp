@@ -106,6 +106,26 @@ TEST_F(FollowTest, BurstToOneLedEndsInItsLastSettingWithFewReads) {
   EXPECT_LT(agent.backend->mirror().readCount() - readsBefore, 1000u);
 }
 
+// A walk may name a key twice (the server's table grows under it), and a key may be touched
+// while the walk runs: the whole read still asks each key once, and removes only what neither
+// names.
+TEST_F(FollowTest, AWholeReadAsksEachKeyOnceHoweverOftenItIsNamed) {
+  for (char const* led : {"a", "b", "gone"}) agent.publishLed(led, setting("g"));
+  ASSERT_TRUE(agent.settle());
+  auto& mirror = agent.backend->mirror();
+  auto const reads = mirror.readCount();
+  mirror.resync();
+  std::string const a = keyOf(kLedTable, "a"), b = keyOf(kLedTable, "b");
+  mirror.keyTouched(a, "hset");
+  for (auto const& key : {a, b, a, b}) mirror.keyFound(key);
+  mirror.scanEnded();
+  ASSERT_TRUE(agent.settle());
+  EXPECT_EQ(mirror.readCount() - reads, 2u);
+  EXPECT_TRUE(agent.harness.ledDir()->leds("a"));
+  EXPECT_TRUE(agent.harness.ledDir()->leds("b"));
+  EXPECT_FALSE(agent.harness.ledDir()->leds("gone"));
+}
+
 TEST_F(FollowTest, SubscriberKilledThenExactlyTheChangesMeanwhileAreApplied) {
   for (char const* led : {"a", "b", "keep"}) {
     agent.publishMapping(led, {.green = {std::string(led) + "g"}, .red = {std::string(led) + "r"}});
