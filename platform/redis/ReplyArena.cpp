@@ -88,7 +88,8 @@ void* ReplyArena::allocate(std::size_t size) {
     if (fits == spare_.end()) {
       // Room to keep it at reset, which must not fail.
       spare_.reserve(std::min(kSpareCount, spare_.size() + large_.size() + 1));
-      return large_.emplace_back(std::make_unique<std::byte[]>(size), size).space.get();  // zeroed
+      large_.push_back(Large{std::make_unique<std::byte[]>(size), size});
+      return large_.back().space.get();  // zeroed
     }
     large_.push_back(std::move(*fits));
     spare_.erase(fits);
