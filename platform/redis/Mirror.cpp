@@ -79,16 +79,16 @@ void Mirror::read(std::string key, bool again) {
     reading_.erase(reading);
     return;
   }
-  // The answer finds its key without looking it up: a node of the table stays where it is until
-  // it is taken out.
-  asked_.push_back(reading);
+  // The key's node stays where it is until it is taken out, through any growth of the table;
+  // an iterator would not survive a rehash.
+  asked_.push_back(&reading->first);
   ++reads_;
   ++sent_;
 }
 
 void Mirror::onReply(Reply reply) {
   if (asked_.empty()) return;
-  auto const read = reading_.extract(asked_.front());
+  auto const read = reading_.extract(*asked_.front());
   asked_.pop_front();
   ++answered_;
   onHash(read.key(), read.mapped(), reply);

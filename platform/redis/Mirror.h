@@ -87,7 +87,7 @@ class Mirror final : private Connection::Receiver {
   DirtyKeys dirty_;
   // Keys being read, and whether they were touched again meanwhile.
   KeyMap<bool> reading_;
-  std::deque<KeyMap<bool>::iterator> asked_;  // the reads in flight, in the order sent
+  std::deque<std::string const*> asked_;  // keys of the reads in flight, in the order sent
   bool flushQueued_ = false;
   bool scanning_ = false;
   // The keys a whole read's walk found, in the order found. Held apart from the dirty keys,

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <signal.h>
+#include <sys/prctl.h>
 #include <sys/socket.h>
 #include <sys/un.h>
 #include <sys/wait.h>
@@ -65,9 +66,14 @@ void RedisServer::start() {
   std::vector<char*> argv;
   for (auto& arg : args) argv.push_back(arg.data());
   argv.push_back(nullptr);
+  pid_t const parent = ::getpid();
   pid_ = ::fork();
   if (pid_ < 0) throw std::runtime_error("cannot fork");
   if (pid_ == 0) {
+    // A test or benchmark that aborts never reaches the destructor that stops the server: the
+    // server ends with it rather than stay behind holding its folder.
+    ::prctl(PR_SET_PDEATHSIG, SIGKILL);
+    if (::getppid() != parent) ::_exit(127);
     // Not the test's output: a server outliving a crashed test must not hold its pipes open.
     int const null = ::open("/dev/null", O_RDWR);
     ::dup2(null, STDIN_FILENO);
